@@ -1,0 +1,326 @@
+#include <SliceData/slice_model/M2DSlice.h>
+
+#include <utility>
+
+namespace {
+
+/// A layer becomes a copy of another; its default type record stays.
+void Replace(M2DSliceContourLayer& target, M2DSliceContourLayer const& source) {
+  if (&target == &source) return;
+  target.Clear();
+  target.Add(source);
+}
+
+template <class Layer>
+void Replace(Layer& target, Layer const& source) {
+  target = source;
+}
+
+/// Declares a component of `slice` accessed and changed, and opens it.
+template <class Row>
+typename Row::Update OpenForChange(M2DSlice& slice) {
+  Row::OnAccess(slice);
+  Row::OnChanged(slice);
+  return typename Row::Update(Row::Component(slice));
+}
+
+}  // namespace
+
+template <class Row>
+typename Row::Layer const& M2DSlice::_Get() const {
+  Row::OnAccess(*this);
+  return Row::Component(*this).GetData();
+}
+
+template <class Row>
+void M2DSlice::_CopyFrom(typename Row::Layer& source, bool move) {
+  Row::OnAccess(*this);
+  auto& component = Row::Component(*this);
+  if (&component.GetData() != &source) {
+    component._InvalidateCachedData();
+    component.GetData().Clear();
+    component.GetData().Add(source, move);
+  }
+  Row::OnChanged(*this);
+}
+
+template <class Row>
+void M2DSlice::_CopyTo(typename Row::Layer& target, bool move) {
+  Row::OnAccess(*this);
+  auto& component = Row::Component(*this);
+  if (!move) {
+    Replace(target, std::as_const(component.GetData()));
+    return;
+  }
+  if (&component.GetData() != &target) {
+    component._InvalidateCachedData();
+    target.Clear();
+    target.Add(component.GetData(), true);
+  }
+  Row::OnChanged(*this);
+}
+
+template <class Component>
+void M2DSlice::_OnChanged(Component& component) {
+  m_xy_area_valid = false;
+  component.InvalidateDiskState();
+}
+
+M2DSlice::M2DSlice() : M2DSlice(M2DSliceZArea()) {}
+
+M2DSlice::M2DSlice(M2DSliceZArea const& z_area)
+    : m_z_area(z_area),
+      m_border(this, 0),
+      m_vectors(this),
+      m_points(this),
+      m_areas(this, 1),
+      m_complete(std::make_unique<std::atomic<bool>>(true)) {}
+
+M2DSlice::M2DSlice(long z) : M2DSlice(M2DSliceZArea(z)) {}
+
+M2DSlice::M2DSlice(M2DSlice const& source) : M2DSlice(source.m_z_area) {
+  *this = source;
+}
+
+M2DSlice::~M2DSlice() {
+  _ClearContent();
+}
+
+M2DSlice& M2DSlice::operator=(M2DSlice const& source) {
+  if (this == &source) return *this;
+  m_xy_area = source.m_xy_area;
+  _TakeZAreaIfInvalid(source);
+  ForEachRow([&](auto row) {
+    using Row = decltype(row);
+    auto data = OpenForChange<Row>(*this);
+    Row::OnAccess(source);
+    Replace(*data, Row::Component(source).GetData());
+  });
+  return *this;
+}
+
+M2DSliceStack* M2DSlice::GetParent() {
+  return nullptr;
+}
+M2DSliceStack const* M2DSlice::GetParent() const {
+  return nullptr;
+}
+
+void M2DSlice::_OnClear() {}
+void M2DSlice::_OnCleared() {
+  m_z_area.Invalidate();
+}
+
+void M2DSlice::_OnAccessBorder() const {
+  m_border.ValidateData();
+}
+void M2DSlice::_OnAccessVectors() const {
+  m_vectors.ValidateData();
+}
+void M2DSlice::_OnAccessPoints() const {
+  m_points.ValidateData();
+}
+void M2DSlice::_OnAccessAreas() const {
+  m_areas.ValidateData();
+}
+void M2DSlice::_OnAccessBitmap() const {
+  m_bitmap->ValidateData();
+}
+
+void M2DSlice::_OnChangedBorder() {
+  _OnChanged(m_border);
+}
+void M2DSlice::_OnChangedVectors() {
+  _OnChanged(m_vectors);
+}
+void M2DSlice::_OnChangedPoints() {
+  _OnChanged(m_points);
+}
+void M2DSlice::_OnChangedAreas() {
+  _OnChanged(m_areas);
+}
+void M2DSlice::_OnChangedBitmap() {
+  m_bitmap->InvalidateDiskState();
+}
+
+void M2DSlice::CopyFrom(M2DSlice& source, bool move) {
+  if (this == &source) return;
+  _TakeZAreaIfInvalid(source);
+  ForEachRow([&](auto row) {
+    using Row = decltype(row);
+    auto data = OpenForChange<Row>(source);
+    _CopyFrom<Row>(*data, move);
+  });
+}
+
+void M2DSlice::CopyTo(M2DSlice& target, bool move) {
+  target.CopyFrom(*this, move);
+}
+
+void M2DSlice::Swap(M2DSlice& other) {
+  M2DSlice temporary;
+  temporary.CopyFrom(other, true);
+  other.CopyFrom(*this, true);
+  CopyFrom(temporary, true);
+}
+
+void M2DSlice::Add(M2DSlice& other, bool move) {
+  ForEachRow([&](auto row) {
+    using Row = decltype(row);
+    auto data = OpenForChange<Row>(*this);
+    auto source = OpenForChange<Row>(other);
+    data->Add(*source, move);
+  });
+}
+
+void M2DSlice::Add(M2DSlice const& other) {
+  ForEachRow([&](auto row) {
+    using Row = decltype(row);
+    auto data = OpenForChange<Row>(*this);
+    Row::OnAccess(other);
+    data->Add(std::as_const(Row::Component(other).GetData()));
+  });
+}
+
+void M2DSlice::Clear() {
+  _OnClear();
+  _ClearContent();
+}
+
+bool M2DSlice::IsEmpty() const {
+  ForEachRow([&](auto row) { decltype(row)::OnAccess(*this); });
+  unsigned long count = 0;
+  for (auto const* const contours : {&m_border, &m_areas}) {
+    for (M2DSliceContour const& contour : contours->GetData()) count += contour.GetNumPoints();
+  }
+  for (M2DSliceVectorBlock const& block : m_vectors.GetData()) count += block.size();
+  for (M2DSlicePointBlock const& block : m_points.GetData()) count += block.size();
+  return count == 0;
+}
+
+bool M2DSlice::IsComplete() const {
+  return *m_complete;
+}
+void M2DSlice::SetIsComplete(bool complete) {
+  m_complete->exchange(complete);
+}
+
+void M2DSlice::GetBaseInfo(M2DSliceBaseInfo& info) const {
+  info.xyArea = M2DSliceXYArea();
+  m_border.GetBaseInfo(info.border);
+  info.xyArea.Extend(info.border.xyArea);
+  m_vectors.GetBaseInfo(info.vectors);
+  info.xyArea.Extend(info.vectors.xyArea);
+  m_points.GetBaseInfo(info.points);
+  info.xyArea.Extend(info.points.xyArea);
+  m_areas.GetBaseInfo(info.areas);
+  info.xyArea.Extend(info.areas.xyArea);
+}
+
+void M2DSlice::GetBaseInfoBorder(M2DSliceBaseInfoBorder& info) const {
+  m_border.GetBaseInfo(info);
+}
+void M2DSlice::GetBaseInfoVectors(M2DSliceBaseInfoVectors& info) const {
+  m_vectors.GetBaseInfo(info);
+}
+void M2DSlice::GetBaseInfoPoints(M2DSliceBaseInfoPoints& info) const {
+  m_points.GetBaseInfo(info);
+}
+void M2DSlice::GetBaseInfoAreas(M2DSliceBaseInfoBorder& info) const {
+  m_areas.GetBaseInfo(info);
+}
+
+M2DSliceXYArea const& M2DSlice::GetXYArea() const {
+  _ValidateXYArea();
+  return m_xy_area;
+}
+
+void M2DSlice::_ValidateXYArea() const {
+  if (m_xy_area_valid) return;
+  m_xy_area = M2DSliceXYArea();
+  M2DSliceBaseInfo info;
+  GetBaseInfo(info);
+  m_xy_area = info.xyArea;
+  m_xy_area_valid = true;
+}
+
+void M2DSlice::InvertContourData() {
+  _OnAccessBorder();
+  for (M2DSliceContour& contour : m_border.GetData()) contour.ReverseDirection();
+  _OnChangedBorder();
+}
+
+M2DSliceContourLayer const& M2DSlice::GetBorder() const {
+  return _Get<BorderRow>();
+}
+M2DSliceVectorLayer const& M2DSlice::GetVectors() const {
+  return _Get<VectorsRow>();
+}
+M2DSlicePointLayer const& M2DSlice::GetPoints() const {
+  return _Get<PointsRow>();
+}
+M2DSliceContourLayer const& M2DSlice::GetAreas() const {
+  return _Get<AreasRow>();
+}
+
+M2DSliceComponentContoursUpdate M2DSlice::GetBorderUpdate() {
+  return OpenForChange<BorderRow>(*this);
+}
+M2DSliceComponentVectorsUpdate M2DSlice::GetVectorsUpdate() {
+  return OpenForChange<VectorsRow>(*this);
+}
+M2DSliceComponentPointsUpdate M2DSlice::GetPointsUpdate() {
+  return OpenForChange<PointsRow>(*this);
+}
+M2DSliceComponentContoursUpdate M2DSlice::GetAreasUpdate() {
+  return OpenForChange<AreasRow>(*this);
+}
+
+void M2DSlice::CopyBorderFrom(M2DSliceContourLayer& source, bool move) {
+  _CopyFrom<BorderRow>(source, move);
+}
+void M2DSlice::CopyVectorsFrom(M2DSliceVectorLayer& source, bool move) {
+  _CopyFrom<VectorsRow>(source, move);
+}
+void M2DSlice::CopyPointsFrom(M2DSlicePointLayer& source, bool move) {
+  _CopyFrom<PointsRow>(source, move);
+}
+void M2DSlice::CopyAreasFrom(M2DSliceContourLayer& source, bool move) {
+  _CopyFrom<AreasRow>(source, move);
+}
+
+void M2DSlice::CopyBorderTo(M2DSliceContourLayer& target, bool move) {
+  _CopyTo<BorderRow>(target, move);
+}
+void M2DSlice::CopyVectorsTo(M2DSliceVectorLayer& target, bool move) {
+  _CopyTo<VectorsRow>(target, move);
+}
+void M2DSlice::CopyPointsTo(M2DSlicePointLayer& target, bool move) {
+  _CopyTo<PointsRow>(target, move);
+}
+void M2DSlice::CopyAreasTo(M2DSliceContourLayer& target, bool move) {
+  _CopyTo<AreasRow>(target, move);
+}
+
+M2DSliceBitmap const& M2DSlice::GetBitmap() const {
+  _OnAccessBitmap();
+  return m_bitmap->GetData();
+}
+
+M2DSliceComponentBitmapUpdate M2DSlice::GetBitmapUpdate() {
+  _OnAccessBitmap();
+  _OnChangedBitmap();
+  return M2DSliceComponentBitmapUpdate(*m_bitmap);
+}
+
+void M2DSlice::_TakeZAreaIfInvalid(M2DSlice const& source) {
+  if (!m_z_area.IsValid() && source.m_z_area.IsValid()) m_z_area = source.m_z_area;
+}
+
+/// The hooks come last: in a destructor they are those of this class.
+void M2DSlice::_ClearContent() {
+  m_xy_area = M2DSliceXYArea();
+  ForEachRow([&](auto row) { decltype(row)::Component(*this).Clear(); });
+  ForEachRow([&](auto row) { decltype(row)::OnChanged(*this); });
+  _OnCleared();
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <SliceData/slice_model/M2DSliceComponentUpdate.h>
+#include <SliceData/slice_model/M2DSliceContourLayer.h>
+#include <SliceData/slice_model/M2DSliceLayerComponent.h>
+
+struct M2DSliceContoursTraits {
+  using Layer = M2DSliceContourLayer;
+  using Element = M2DSliceContour;
+  using BaseInfoElement = M2DSliceBaseInfoContour;
+  using BaseInfo = M2DSliceBaseInfoBorder;
+};
+
+extern template class M2DSliceLayerComponent<M2DSliceContoursTraits>;
+
+/// The border contours or the area contours of a slice.
+class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerComponent<M2DSliceContoursTraits> {
+ public:
+  using ContourOnDisk = ElementOnDisk;
+
+  /// `kind`: 0 for the border of the slice, 1 for its areas.
+  M2DSliceComponentContours(M2DSlice* slice, int kind);
+
+  unsigned long GetNumContours() const { return _GetNumElements(); }
+  unsigned long GetNumPoints(unsigned long contour) const { return _GetNumItems(contour); }
+
+  /// True if every contour is closed; without contours too.
+  bool GetIsClosed() const;
+  bool GetIsClosed(unsigned long contour) const;
+  bool GetIsOuter(unsigned long contour) const;
+  /// Set a flag in every valid copy; a record on disk stays valid, since it holds no flags.
+  void SetIsClosed(unsigned long contour, bool closed);
+  void SetIsOuter(unsigned long contour, bool outer);
+
+ private:
+  int m_kind;
+};
+
+/// Write access to the contours of a slice.
+class M2DSliceComponentContoursUpdate : public M2DSliceComponentUpdate<M2DSliceContourLayer> {
+ public:
+  explicit M2DSliceComponentContoursUpdate(M2DSliceComponentContours& component) : M2DSliceComponentUpdate(component) {
+    component._InvalidateCachedData();
+  }
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <SliceData/slice_model/M2DSliceComponentUpdate.h>
+#include <SliceData/slice_model/M2DSliceLayerComponent.h>
+#include <SliceData/slice_model/M2DSliceVectorLayer.h>
+
+struct M2DSliceVectorsTraits {
+  using Layer = M2DSliceVectorLayer;
+  using Element = M2DSliceVectorBlock;
+  using BaseInfoElement = M2DSliceBaseInfoVectorBlock;
+  using BaseInfo = M2DSliceBaseInfoVectors;
+};
+
+extern template class M2DSliceLayerComponent<M2DSliceVectorsTraits>;
+
+/// The vector blocks of a slice.
+class VELSDK_EXPORT M2DSliceComponentVectors final : public M2DSliceLayerComponent<M2DSliceVectorsTraits> {
+ public:
+  using VectorBlockOnDisk = ElementOnDisk;
+
+  explicit M2DSliceComponentVectors(M2DSlice* slice);
+
+  unsigned long GetNumVectorBlocks() const { return _GetNumElements(); }
+  unsigned long GetNumVectors(unsigned long block) const { return _GetNumItems(block); }
+};
+
+/// Write access to the vectors of a slice.
+class M2DSliceComponentVectorsUpdate : public M2DSliceComponentUpdate<M2DSliceVectorLayer> {
+ public:
+  explicit M2DSliceComponentVectorsUpdate(M2DSliceComponentVectors& component) : M2DSliceComponentUpdate(component) {
+    component._InvalidateCachedData();
+  }
+};

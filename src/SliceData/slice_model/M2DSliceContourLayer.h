@@ -1,0 +1,31 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/containers/M3dBorder.h>
+#include <SliceData/slice_model/M2DSliceContour.h>
+#include <SliceData/slice_model/M2DSliceDefaultVectorTypeInfoHolder.h>
+
+/// The contours of a slice, in their order. Owns them; all that it creates share one pool of points.
+class VELSDK_EXPORT M2DSliceContourLayer : public M3dBorder<long, void*, M2DSliceContour>,
+                                           public M2DSliceDefaultVectorTypeInfoHolder {
+ public:
+  M2DSliceContourLayer();
+  ~M2DSliceContourLayer() override;
+
+  /// A contour on this layer's pool with a copy of the default type record, not yet linked into the layer.
+  std::unique_ptr<M2DSliceContour> _CreateNewContour() override;
+
+  /// Creates a contour and links it at the tail.
+  M2DSliceContour& AddContour();
+
+  /// Appends copies of all contours of `source`.
+  void Add(M2DSliceContourLayer const& source);
+  /// With `move` true the contours themselves change layers, without a copy, and `source` ends empty.
+  void Add(M2DSliceContourLayer& source, bool move);
+
+  /// True if every contour is closed; an empty layer gives true.
+  bool GetIsClosed() const;
+
+ private:
+  boost::shared_ptr<MCyclicMemoryPool<M2DSliceContourPoint>> m_pool;  ///< null until the first contour
+};

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <SliceData/geometry/Transformation.h>
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/slice_model/M2DSliceBaseInfo.h>
+#include <SliceData/slice_model/M2DSliceComponent.h>
+
+#include <vector>
+
+/// What the components of contours, vectors and points share; `Traits` gives what differs.
+///
+/// A record on disk holds coordinates alone. What is known of each element without its coordinates stays here while the
+/// record is valid, so that questions about a slice never touch the disk. Where both copies are valid, counts of
+/// elements are taken from memory and facts of single elements from the record. The two agree, but for the boxes: these
+/// are not mapped when the content is, and stay as they were when the record was written.
+template <class Traits>
+class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename Traits::Layer> {
+ public:
+  using Layer = typename Traits::Layer;
+  using Element = typename Traits::Element;
+  using BaseInfoElement = typename Traits::BaseInfoElement;
+  using BaseInfo = typename Traits::BaseInfo;
+
+  /// An element of the record on disk.
+  struct ElementOnDisk : BaseInfoElement {
+    long long m_file_position = 0;  ///< of the element's first coordinate in the temp file
+  };
+
+  /// The elements of the record on disk and the mappings applied since it was written.
+  struct InfoOnDisk {
+    std::vector<ElementOnDisk> m_elements;
+    M2DSliceUtilities::TransformationVector m_transformation;
+
+    void Reset() {
+      m_elements.clear();
+      m_transformation.Reset();
+    }
+  };
+
+  /// The type record of an element. With a valid disk state it is the record's, and the data in memory counts as stale
+  /// from then on; otherwise it is the one in memory.
+  M2DSliceVectorTypeInfo& GetTypeInfo(unsigned long index);
+  M2DSliceVectorTypeInfo const& GetTypeInfo(unsigned long index) const;
+  /// Sets the type record of an element in every valid copy.
+  void SetTypeInfo(unsigned long index, M2DSliceVectorTypeInfo const& info);
+
+  /// The extent of an element.
+  void GetBoundingBox(unsigned long index, M2DSliceXYArea& area) const;
+
+  /// Fills the summary of one element, or of the whole component, without bringing data into memory.
+  void GetBaseInfo(unsigned long index, BaseInfoElement& info) const;
+  void GetBaseInfo(BaseInfo& info) const;
+
+  /// Drops the index into the layer. For whoever changes the layer other than through an update handle.
+  void _InvalidateCachedData() const { m_cached_data.m_valid = false; }
+
+ protected:
+  using Base = M2DSliceComponent<Layer>;
+  using Base::m_data;
+  using Base::m_data_valid;
+  using Base::m_disk_state_valid;
+  using Base::m_slice;
+
+  /// Direct index into the linked layer, built at first use.
+  struct CachedData {
+    bool m_valid = false;
+    std::vector<Element*> m_elements;
+  };
+
+  explicit M2DSliceLayerComponent(M2DSlice* slice);
+  ~M2DSliceLayerComponent();
+
+  unsigned long _GetNumElements() const { return m_data_valid ? m_data.GetCount() : m_info_on_disk.m_elements.size(); }
+  unsigned long _GetNumItems(unsigned long index) const;
+  Element& _GetElement(unsigned long index) const;
+
+  bool _IsDataEmpty() const override;
+  void _ClearData() override;
+  bool _DoubleCheckDiskValidity() const override;
+  void _ReadDataFromDisk() override;
+  void _WriteDataToDisk() override;
+  void _OnSetData(Layer& data, bool move) override;
+  void _OnTransform(M2DSliceUtilities::iTransformation const& mapping) override;
+
+  InfoOnDisk m_info_on_disk;
+
+ private:
+  void _ValidateCachedData() const;
+
+  mutable CachedData m_cached_data;
+};

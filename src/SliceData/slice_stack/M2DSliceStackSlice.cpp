@@ -1,0 +1,148 @@
+#include <SliceData/slice_stack/ISource2DSlices.h>
+#include <SliceData/slice_stack/M2DSliceStack.h>
+#include <SliceData/slice_stack/M2DSliceStackSlice.h>
+
+M2DSliceStackSlice::M2DSliceStackSlice(M2DSliceZArea const& z_area, M2DSliceStack* stack)
+    : M2DSlice(z_area), m_stack(stack), m_strategy(stack->_GetCachingStrategy()) {
+  if (m_strategy == nullptr) return;
+  ForEachRow([&](auto row) { decltype(row)::Component(*this).SetCachingStrategy(m_strategy.get()); });
+}
+
+M2DSliceStackSlice::~M2DSliceStackSlice() = default;
+
+M2DSliceStackSlice& M2DSliceStackSlice::operator=(M2DSliceStackSlice const& source) {
+  M2DSlice::operator=(source);
+  return *this;
+}
+
+M2DSliceStack* M2DSliceStackSlice::GetParent() {
+  return m_stack;
+}
+M2DSliceStack const* M2DSliceStackSlice::GetParent() const {
+  return m_stack;
+}
+
+void M2DSliceStackSlice::_OnClear() {
+  _DropInitialSource();
+}
+void M2DSliceStackSlice::_OnCleared() {}
+
+void M2DSliceStackSlice::_OnAccessBorder() const {
+  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessBorder);
+  M2DSlice::_OnAccessBorder();
+}
+
+void M2DSliceStackSlice::_OnAccessVectors() const {
+  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessVectors);
+  M2DSlice::_OnAccessVectors();
+}
+
+void M2DSliceStackSlice::_OnAccessPoints() const {
+  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessPoints);
+  M2DSlice::_OnAccessPoints();
+}
+
+void M2DSliceStackSlice::_OnAccessAreas() const {
+  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessAreas);
+  M2DSlice::_OnAccessAreas();
+}
+
+void M2DSliceStackSlice::_OnChangedBorder() {
+  _BeforeChange();
+  M2DSlice::_OnChangedBorder();
+  _AfterChange();
+}
+
+void M2DSliceStackSlice::_OnChangedVectors() {
+  _BeforeChange();
+  M2DSlice::_OnChangedVectors();
+  _AfterChange();
+}
+
+void M2DSliceStackSlice::_OnChangedPoints() {
+  _BeforeChange();
+  M2DSlice::_OnChangedPoints();
+  _AfterChange();
+}
+
+void M2DSliceStackSlice::_OnChangedAreas() {
+  _BeforeChange();
+  M2DSlice::_OnChangedAreas();
+  _AfterChange();
+}
+
+bool M2DSliceStackSlice::_PrepareBorderForCaching() {
+  return _Prepare(&I2DSliceStackCachingStrategy::_PrepareBorderForCaching);
+}
+
+bool M2DSliceStackSlice::_PrepareVectorsForCaching() {
+  return _Prepare(&I2DSliceStackCachingStrategy::_PrepareVectorsForCaching);
+}
+
+bool M2DSliceStackSlice::_PreparePointsForCaching() {
+  return _Prepare(&I2DSliceStackCachingStrategy::_PreparePointsForCaching);
+}
+
+bool M2DSliceStackSlice::_PrepareAreasForCaching() {
+  return _Prepare(&I2DSliceStackCachingStrategy::_PrepareAreasForCaching);
+}
+
+void M2DSliceStackSlice::_InitWithInitialSource(boost::shared_ptr<ISource2DSlices> const& source, unsigned long index) {
+  m_initial_source = source;
+  m_source_index = index;
+  _StartWaiting();
+}
+
+bool M2DSliceStackSlice::_SetInInitialSourceState() {
+  if (m_initial_source == nullptr) return false;
+  _StartWaiting();
+  return true;
+}
+
+void M2DSliceStackSlice::_ValidateFromInitialSource() const {
+  if (m_validated || m_initial_source == nullptr) return;
+  m_validated = true;  // first, so that the hooks below do not come back here
+  M2DSlice loaded;
+  m_initial_source->GetSlice(loaded, m_source_index);
+  ForEachRow([&](auto row) {
+    using Row = decltype(row);
+    Row::OnAccess(loaded);
+    Row::OnChanged(loaded);
+    typename Row::Update data(Row::Component(loaded));
+    Row::Component(*this).ValidateData(*data, true);
+  });
+}
+
+void M2DSliceStackSlice::_StartWaiting() {
+  m_validated = false;
+  ForEachRow([&](auto row) {
+    auto& component = decltype(row)::Component(*this);
+    component.InvalidateDiskState();
+    component.InvalidateData();
+  });
+}
+
+void M2DSliceStackSlice::_DropInitialSource() const {
+  m_validated = true;
+  m_initial_source.reset();
+  m_source_index = 0;
+}
+
+/// The strategy comes before the component's own load, since it may page other data out first.
+void M2DSliceStackSlice::_BeforeAccess(AccessHook hook) const {
+  _ValidateFromInitialSource();
+  if (m_strategy != nullptr) (m_strategy.get()->*hook)(const_cast<M2DSliceStackSlice*>(this));
+}
+
+void M2DSliceStackSlice::_BeforeChange() {
+  _ValidateFromInitialSource();
+  _DropInitialSource();
+}
+
+void M2DSliceStackSlice::_AfterChange() {
+  if (m_stack != nullptr) m_stack->_OnChanged(this);
+}
+
+bool M2DSliceStackSlice::_Prepare(PrepareHook hook) {
+  return m_strategy != nullptr && (m_strategy.get()->*hook)(this);
+}
