@@ -149,19 +149,25 @@ void TransformLayer(Layer& layer, iTransformation const& mapping, TransformOptio
 
 void Transform(M2DSliceContour& contour, iTransformation const& mapping, TransformOptions const& options) {
   if (IsRefinementActive(options)) return Refine(contour, mapping, options.maxDeviation);
-  for (M2DSliceContourPoint& point : contour.GetPoints()) MapPoint(mapping, point.x, point.y);
+  WithPlainType(mapping, [&](auto const& plain) {
+    for (M2DSliceContourPoint& point : contour.GetPoints()) MapPoint(plain, point.x, point.y);
+  });
 }
 
 void Transform(M2DSliceVectorBlock& block, iTransformation const& mapping, TransformOptions const& options) {
   if (IsRefinementActive(options)) return Refine(block, mapping, options.maxDeviation);
-  for (M2DSliceVector& vector : block) {
-    MapPoint(mapping, vector.x1, vector.y1);
-    MapPoint(mapping, vector.x2, vector.y2);
-  }
+  WithPlainType(mapping, [&](auto const& plain) {
+    for (M2DSliceVector& vector : block) {
+      MapPoint(plain, vector.x1, vector.y1);
+      MapPoint(plain, vector.x2, vector.y2);
+    }
+  });
 }
 
 void Transform(M2DSlicePointBlock& block, iTransformation const& mapping, TransformOptions const&) {
-  for (M2DSlicePoint& point : block) MapPoint(mapping, point.x, point.y);
+  WithPlainType(mapping, [&](auto const& plain) {
+    for (M2DSlicePoint& point : block) MapPoint(plain, point.x, point.y);
+  });
 }
 
 void Transform(M2DSliceContourLayer& layer, iTransformation const& mapping, TransformOptions const& options) {

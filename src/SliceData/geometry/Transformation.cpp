@@ -11,12 +11,6 @@ TransformationMatrix* TransformationMatrix::_Clone() const {
   return new TransformationMatrix(*this);
 }
 
-void TransformationMatrix::_Transform(double& x, double& y) const {
-  double const old_x = x;
-  x = a * old_x + b * y + tx;
-  y = c * old_x + d * y + ty;
-}
-
 void TransformationMatrix::MakeRotation(double degrees) {
   double const radians = degrees * 3.141592653589793 / 180.0;
   double sine = 0;

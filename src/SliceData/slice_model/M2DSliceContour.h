@@ -16,6 +16,7 @@ class VELSDK_EXPORT M2DSliceContour : public M3dBorderContourBase<long, void*, M
  public:
   /// With a null pool the contour makes one of its own.
   explicit M2DSliceContour(boost::shared_ptr<MCyclicMemoryPool<M2DSliceContourPoint>> pool);
+  M2DSliceContour(boost::shared_ptr<MCyclicMemoryPool<M2DSliceContourPoint>> pool, M2DSliceVectorTypeInfo const& info);
   ~M2DSliceContour() override;
 
   /// Takes over points, flags and type record. The points are drawn from this contour's own pool; its place in a layer

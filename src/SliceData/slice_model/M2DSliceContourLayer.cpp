@@ -7,9 +7,7 @@ M2DSliceContourLayer::~M2DSliceContourLayer() = default;
 
 std::unique_ptr<M2DSliceContour> M2DSliceContourLayer::_CreateNewContour() {
   if (m_pool == nullptr) m_pool = boost::make_shared<MCyclicMemoryPool<M2DSliceContourPoint>>();
-  auto contour = std::make_unique<M2DSliceContour>(m_pool);
-  contour->SetVectorTypeInfo(GetDefaultVectorTypeInfo());
-  return contour;
+  return std::make_unique<M2DSliceContour>(m_pool, GetDefaultVectorTypeInfo());
 }
 
 M2DSliceContour& M2DSliceContourLayer::AddContour() {

@@ -11,6 +11,7 @@ class M2DSliceVectorTypeInfoHolder {
 
  protected:
   M2DSliceVectorTypeInfoHolder() = default;
+  explicit M2DSliceVectorTypeInfoHolder(M2DSliceVectorTypeInfo const& info) : m_vector_type_info(info) {}
   ~M2DSliceVectorTypeInfoHolder() = default;
 
  private:
