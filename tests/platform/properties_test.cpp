@@ -36,7 +36,7 @@ TEST(PersistentProperties, CopiesAreDeepAndValuesStayWhereTheyAre) {
   auto& nested = properties._AddProperty<PersistentProperties>("nested", true);
   nested.SetProperty<double>("d", 0.5);
   for (int i = 0; i < 100; ++i) properties._AddProperty<bool>("filler", true);
-  properties.RemoveProperties("filler");
+  properties.RemoveProperties(properties.GetAll().back()->GetName());
   EXPECT_EQ(properties.GetValue<PersistentProperties>("nested"), &nested);
 
   PersistentProperties copy(properties);

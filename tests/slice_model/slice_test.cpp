@@ -176,6 +176,8 @@ TEST(Slice, TheSummaryTellsFlagsCountsRecordsAndExtents) {
   EXPECT_EQ(entry.xyArea, (M2DSliceXYArea{-3, 4, 5, 9}));
   EXPECT_TRUE(info.vectors.xyArea.IsEmpty());
   EXPECT_EQ(info.xyArea, (M2DSliceXYArea{-3, 100, 5, 200}));
+  slice.GetBaseInfo(info);
+  EXPECT_EQ(info.border.contours.size(), 2u) << "a record that is used again is added to";
 
   // A block of points in memory has no box by `GetBoundingBox`; the summary measures it.
   M2DSliceXYArea area;

@@ -20,6 +20,15 @@ std::vector<long> Heights(M2DSliceStack const& stack) {
   return heights;
 }
 
+/// Made before the library's own static objects, where it is linked statically.
+M2DSliceStack g_stack_of_a_host;
+
+TEST(SliceStack, AHostsStaticStackWorks) {
+  g_stack_of_a_host.AddSlicePosition(5)->GetBorderUpdate()->AddContour();
+  EXPECT_EQ(g_stack_of_a_host.GetZMin(), 5);
+  EXPECT_EQ(M2DSliceVectorTypeInfo(), g_stack_of_a_host.GetSlice(0)->GetBorder().GetFirst()->GetVectorTypeInfo());
+}
+
 M2DSlice FilledSlice(long z, long shift) {
   M2DSlice slice(z);
   FillAllComponents(slice, shift);
@@ -204,7 +213,9 @@ TEST(InitialSource, IsNotReadBeforeASliceIsTouchedAndOnceThen) {
   EXPECT_TRUE(info.border.contours.empty());
   EXPECT_EQ(source->fetched, 0);
 
+  EXPECT_TRUE(stack.GetXYArea().IsEmpty());
   EXPECT_THAT(Starts(*stack.GetSlice(1)), ElementsAre(1000, 1100, 1200, 1300));
+  EXPECT_EQ(stack.GetXYArea().maxX, 1310) << "what is loaded counts";
   EXPECT_THAT(Counts(*stack.GetSlice(1)), Each(1u));
   EXPECT_EQ(source->fetched, 1);
   EXPECT_NE(stack.GetSlice(1)->GetInitialSource(), nullptr) << "reading keeps the source";
@@ -240,6 +251,8 @@ TEST(InitialSource, AFailureReachesTheCallerAndIsNotTriedAgain) {
   source->fails = false;
   EXPECT_TRUE(stack.GetSlice(0)->GetBorder().IsEmpty());
   EXPECT_EQ(source->fetched, 1);
+  FillAllComponents(*stack.GetSlice(0));
+  EXPECT_EQ(std::as_const(*stack.GetSlice(0)).GetBorderComponent().GetNumContours(), 1u) << "it takes new content";
 }
 
 TEST(StackUtilities, ConvertingASourceKeepsWholeZAreasAndMergesEqualHeights) {

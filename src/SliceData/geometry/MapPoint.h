@@ -14,12 +14,27 @@ void MapPoint(Mapping const& mapping, long& x, long& y) {
   y = static_cast<long>(mapped_y);
 }
 
-/// Calls `function` with the mapping: as a `TransformationMatrix` if it is one, so that a loop over points needs no virtual
-/// call, and otherwise as it is.
+/// The arithmetic of a `TransformationMatrix`, for loops of this library that do without a virtual call for each point.
+class PlainMatrix {
+ public:
+  explicit PlainMatrix(TransformationMatrix const& matrix)
+      : m_a(matrix.a), m_b(matrix.b), m_c(matrix.c), m_d(matrix.d), m_tx(matrix.tx), m_ty(matrix.ty) {}
+
+  void Transform(double& x, double& y) const {
+    double const old_x = x;
+    x = m_a * old_x + m_b * y + m_tx;
+    y = m_c * old_x + m_d * y + m_ty;
+  }
+
+ private:
+  double m_a, m_b, m_c, m_d, m_tx, m_ty;
+};
+
+/// Calls `function` with the mapping: as a `PlainMatrix` if it is a matrix, and otherwise as it is.
 template <class Function>
 void WithPlainType(iTransformation const& mapping, Function&& function) {
   if (auto const* const matrix = dynamic_cast<TransformationMatrix const*>(&mapping)) {
-    function(*matrix);
+    function(PlainMatrix(*matrix));
   } else {
     function(mapping);
   }

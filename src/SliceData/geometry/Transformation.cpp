@@ -1,3 +1,4 @@
+#include <SliceData/geometry/MapPoint.h>
 #include <SliceData/geometry/Transformation.h>
 
 #include <cmath>
@@ -9,6 +10,10 @@ iTransformation::~iTransformation() = default;
 
 TransformationMatrix* TransformationMatrix::_Clone() const {
   return new TransformationMatrix(*this);
+}
+
+void TransformationMatrix::_Transform(double& x, double& y) const {
+  PlainMatrix(*this).Transform(x, y);
 }
 
 void TransformationMatrix::MakeRotation(double degrees) {
@@ -56,7 +61,7 @@ TransformationVector::TransformationVector(TransformationVector const&) = defaul
 TransformationVector& TransformationVector::operator=(TransformationVector const&) = default;
 
 void TransformationVector::AddTransformation(iTransformation const& transformation) {
-  m_transformations.emplace_back(transformation._Clone());
+  m_transformations.push_back(std::shared_ptr<iTransformation const>(transformation._Clone()));
 }
 
 void TransformationVector::AddTransformation(std::shared_ptr<iTransformation const>& transformation) {

@@ -20,12 +20,7 @@ class VELSDK_EXPORT TransformationMatrix final : public iTransformation {
   double ty = 0;  ///< internal units
 
   TransformationMatrix* _Clone() const override;
-  void _Transform(double& x, double& y) const override {
-    double const old_x = x;
-    x = a * old_x + b * y + tx;
-    y = c * old_x + d * y + ty;
-  }
-  void Transform(double& x, double& y) const { TransformationMatrix::_Transform(x, y); }
+  void _Transform(double& x, double& y) const override;
 
   /// Becomes the rotation by an angle in degrees; positive turns clockwise where y points up: (1, 0) goes to (cos,
   /// -sin).

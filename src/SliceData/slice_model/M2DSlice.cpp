@@ -124,7 +124,7 @@ void M2DSlice::_OnAccessAreas() const {
   m_areas.ValidateData();
 }
 void M2DSlice::_OnAccessBitmap() const {
-  m_bitmap->ValidateData();
+  if (m_bitmap != nullptr) m_bitmap->ValidateData();
 }
 
 void M2DSlice::_OnChangedBorder() {
@@ -140,7 +140,7 @@ void M2DSlice::_OnChangedAreas() {
   _OnChanged(m_areas);
 }
 void M2DSlice::_OnChangedBitmap() {
-  m_bitmap->InvalidateDiskState();
+  if (m_bitmap != nullptr) m_bitmap->InvalidateDiskState();
 }
 
 void M2DSlice::CopyFrom(M2DSlice& source, bool move) {
@@ -188,13 +188,12 @@ void M2DSlice::Clear() {
 }
 
 bool M2DSlice::IsEmpty() const {
-  ForEachRow([&](auto row) { decltype(row)::OnAccess(*this); });
+  // Row by row, since an access may page out what came before it.
   unsigned long count = 0;
-  for (auto const* const contours : {&m_border, &m_areas}) {
-    for (M2DSliceContour const& contour : contours->GetData()) count += contour.GetNumPoints();
-  }
-  for (M2DSliceVectorBlock const& block : m_vectors.GetData()) count += block.size();
-  for (M2DSlicePointBlock const& block : m_points.GetData()) count += block.size();
+  for (M2DSliceContour const& contour : GetBorder()) count += contour.GetNumPoints();
+  for (M2DSliceVectorBlock const& block : GetVectors()) count += block.size();
+  for (M2DSlicePointBlock const& block : GetPoints()) count += block.size();
+  for (M2DSliceContour const& contour : GetAreas()) count += contour.GetNumPoints();
   return count == 0;
 }
 

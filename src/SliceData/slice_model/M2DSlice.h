@@ -85,7 +85,8 @@ class VELSDK_EXPORT M2DSlice {
   bool IsComplete() const;
   void SetIsComplete(bool complete);
 
-  /// Summaries, which never bring data into memory.
+  /// Summaries, which never bring data into memory. Elements are appended to the lists of the record; the extents are
+  /// those of what was appended.
   void GetBaseInfo(M2DSliceBaseInfo& info) const;
   void GetBaseInfoBorder(M2DSliceBaseInfoBorder& info) const;
   void GetBaseInfoVectors(M2DSliceBaseInfoVectors& info) const;
@@ -101,7 +102,7 @@ class VELSDK_EXPORT M2DSlice {
   bool IsXYAreaValid() const { return m_xy_area_valid; }
   void RecalculateArea() const { _ValidateXYArea(); }
   void _ValidateXYArea() const;
-  void _InvalidateXYArea() { m_xy_area_valid = false; }
+  void _InvalidateXYArea() const { m_xy_area_valid = false; }
 
   /// Reverses the direction of every border contour. A closed one keeps its first point, an open one begins at its old
   /// last point. Area contours stay.

@@ -4,14 +4,14 @@
 #include <SliceData/slice_model/M2DSliceContourLayer.h>
 #include <SliceData/slice_model/M2DSliceLayerComponent.h>
 
-struct M2DSliceContoursTraits {
+struct VELSDK_EXPORT M2DSliceContoursTraits {
   using Layer = M2DSliceContourLayer;
   using Element = M2DSliceContour;
   using BaseInfoElement = M2DSliceBaseInfoContour;
   using BaseInfo = M2DSliceBaseInfoBorder;
 };
 
-extern template class M2DSliceLayerComponent<M2DSliceContoursTraits>;
+extern template class VELSDK_EXPORT M2DSliceLayerComponent<M2DSliceContoursTraits>;
 
 /// The border contours or the area contours of a slice.
 class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerComponent<M2DSliceContoursTraits> {

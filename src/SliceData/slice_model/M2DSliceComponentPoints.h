@@ -4,14 +4,14 @@
 #include <SliceData/slice_model/M2DSliceLayerComponent.h>
 #include <SliceData/slice_model/M2DSlicePointLayer.h>
 
-struct M2DSlicePointsTraits {
+struct VELSDK_EXPORT M2DSlicePointsTraits {
   using Layer = M2DSlicePointLayer;
   using Element = M2DSlicePointBlock;
   using BaseInfoElement = M2DSliceBaseInfoPointBlock;
   using BaseInfo = M2DSliceBaseInfoPoints;
 };
 
-extern template class M2DSliceLayerComponent<M2DSlicePointsTraits>;
+extern template class VELSDK_EXPORT M2DSliceLayerComponent<M2DSlicePointsTraits>;
 
 /// The point blocks of a slice.
 ///

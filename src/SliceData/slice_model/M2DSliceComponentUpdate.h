@@ -5,6 +5,8 @@
 /// Write access to the data of a component, counted by it while the handle lives.
 ///
 /// A handle neither loads data nor declares anything stale: the hooks of the slice do so before a handle is made.
+/// Making one drops the component's index into the layer; questions by index between two changes need a new handle for
+/// the second.
 template <class T>
 class M2DSliceComponentUpdate {
  public:

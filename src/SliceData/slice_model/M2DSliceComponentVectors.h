@@ -4,14 +4,14 @@
 #include <SliceData/slice_model/M2DSliceLayerComponent.h>
 #include <SliceData/slice_model/M2DSliceVectorLayer.h>
 
-struct M2DSliceVectorsTraits {
+struct VELSDK_EXPORT M2DSliceVectorsTraits {
   using Layer = M2DSliceVectorLayer;
   using Element = M2DSliceVectorBlock;
   using BaseInfoElement = M2DSliceBaseInfoVectorBlock;
   using BaseInfo = M2DSliceBaseInfoVectors;
 };
 
-extern template class M2DSliceLayerComponent<M2DSliceVectorsTraits>;
+extern template class VELSDK_EXPORT M2DSliceLayerComponent<M2DSliceVectorsTraits>;
 
 /// The vector blocks of a slice.
 class VELSDK_EXPORT M2DSliceComponentVectors final : public M2DSliceLayerComponent<M2DSliceVectorsTraits> {

@@ -1,6 +1,7 @@
 #include <SliceData/slice_model/M2DSliceContourLayer.h>
 
 #include <algorithm>
+#include <boost/make_shared.hpp>
 
 M2DSliceContourLayer::M2DSliceContourLayer() = default;
 M2DSliceContourLayer::~M2DSliceContourLayer() = default;

@@ -5,6 +5,8 @@
 #include <SliceData/slice_model/M2DSliceContour.h>
 #include <SliceData/slice_model/M2DSliceDefaultVectorTypeInfoHolder.h>
 
+#include <memory>
+
 /// The contours of a slice, in their order. Owns them; all that it creates share one pool of points.
 class VELSDK_EXPORT M2DSliceContourLayer : public M3dBorder<long, void*, M2DSliceContour>,
                                            public M2DSliceDefaultVectorTypeInfoHolder {

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <SliceData/platform/common/Export.h>
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
 
 /// Carries the type record that a layer gives to every element it creates.
-class M2DSliceDefaultVectorTypeInfoHolder {
+class VELSDK_EXPORT M2DSliceDefaultVectorTypeInfoHolder {
  public:
   M2DSliceVectorTypeInfo& GetDefaultVectorTypeInfo() { return m_default_vector_type_info; }
   M2DSliceVectorTypeInfo const& GetDefaultVectorTypeInfo() const { return m_default_vector_type_info; }

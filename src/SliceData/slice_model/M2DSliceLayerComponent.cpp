@@ -134,15 +134,16 @@ void M2DSliceLayerComponent<Traits>::GetBaseInfo(unsigned long index, BaseInfoEl
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::GetBaseInfo(BaseInfo& info) const {
   auto& elements = Elements(info);
-  elements.clear();
-  elements.reserve(_GetNumElements());
+  auto const num_before = static_cast<std::ptrdiff_t>(elements.size());
   if (m_data_valid) {
     for (Element const& element : m_data) FillFromElement(elements.emplace_back(), element);
   } else {
-    elements.assign(m_info_on_disk.m_elements.begin(), m_info_on_disk.m_elements.end());
+    elements.insert(elements.end(), m_info_on_disk.m_elements.begin(), m_info_on_disk.m_elements.end());
   }
   info.xyArea = M2DSliceXYArea();
-  for (BaseInfoElement const& element : elements) info.xyArea.Extend(element.xyArea);
+  for (auto element = elements.begin() + num_before; element != elements.end(); ++element) {
+    info.xyArea.Extend(element->xyArea);
+  }
 }
 
 template <class Traits>

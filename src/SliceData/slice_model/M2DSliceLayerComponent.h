@@ -47,7 +47,8 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   /// The extent of an element.
   void GetBoundingBox(unsigned long index, M2DSliceXYArea& area) const;
 
-  /// Fills the summary of one element, or of the whole component, without bringing data into memory.
+  /// The summary of one element, or of the whole component, without bringing data into memory. The second form appends
+  /// the elements to the list and gives their extent.
   void GetBaseInfo(unsigned long index, BaseInfoElement& info) const;
   void GetBaseInfo(BaseInfo& info) const;
 

@@ -3,6 +3,8 @@
 #include <SliceData/slice_model/M2DSliceBlockLayer.h>
 #include <SliceData/slice_model/M2DSlicePointBlock.h>
 
+#include <memory>
+
 /// The point blocks of a slice, in their order.
 class M2DSlicePointLayer : public M2DSliceBlockLayer<M2DSlicePointBlock> {
  public:

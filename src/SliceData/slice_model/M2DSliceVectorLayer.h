@@ -3,6 +3,8 @@
 #include <SliceData/slice_model/M2DSliceBlockLayer.h>
 #include <SliceData/slice_model/M2DSliceVectorBlock.h>
 
+#include <memory>
+
 /// The vector blocks of a slice, in their order.
 class M2DSliceVectorLayer : public M2DSliceBlockLayer<M2DSliceVectorBlock> {
  public:

@@ -1,8 +1,8 @@
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
 
 #include <algorithm>
-#include <cassert>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -58,15 +58,19 @@ constexpr std::size_t kVocabularySize<e2DSliceVectorTypeIndex> = M2DSliceVectorT
 template <>
 constexpr std::size_t kVocabularySize<e2DSliceVectorTypeFlag> = M2DSliceVectorTypeInfo::Registry::kNumFlags;
 
-/// The process-wide registry and the flag that guards its making. The registry goes with the library's static objects.
+/// The process-wide registry and the flag that guards its making. Both are initialised as constants, since the first
+/// record may be a static object of a host. The registry goes with the library's static objects.
 struct RegistryLocalStaticThreadSafeHandler {
   using Registry = M2DSliceVectorTypeInfo::Registry;
-  static std::unique_ptr<Registry, void (*)(Registry*)> gp_registry;
+  struct Deleter {
+    void operator()(Registry* registry) const { delete registry; }
+  };
+  static std::unique_ptr<Registry, Deleter> gp_registry;
   static std::once_flag g_create;
 };
 
-std::unique_ptr<M2DSliceVectorTypeInfo::Registry, void (*)(M2DSliceVectorTypeInfo::Registry*)>
-    RegistryLocalStaticThreadSafeHandler::gp_registry(nullptr, [](Registry* registry) { delete registry; });
+std::unique_ptr<M2DSliceVectorTypeInfo::Registry, RegistryLocalStaticThreadSafeHandler::Deleter>
+    RegistryLocalStaticThreadSafeHandler::gp_registry;
 std::once_flag RegistryLocalStaticThreadSafeHandler::g_create;
 
 }  // namespace
@@ -195,8 +199,8 @@ M2DSliceVectorTypeInfo::Key<Enumerator> const* M2DSliceVectorTypeInfo::Registry:
     Vocabulary<Enumerator, Size>& vocabulary, Enumerator enumerator, bool create) {
   auto const position = static_cast<std::size_t>(enumerator);
   if (position >= Size) {
-    assert(!create);  // only a built-in name can be registered by its enumerator
-    return nullptr;
+    if (!create) return nullptr;
+    throw std::out_of_range("A run-time name cannot be set by its enumerator; set it by its name.");
   }
   if (auto const* const key = vocabulary.table[position].load(std::memory_order_acquire)) return key;
   std::lock_guard<std::mutex> const lock(*m_mutex);

@@ -12,6 +12,7 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -150,6 +151,9 @@ struct M2DSliceVectorTypeInfo::Key {
 
 class VELSDK_EXPORT M2DSliceVectorTypeInfo::Registry {
  public:
+  template <class Enumerator>
+  using Key = M2DSliceVectorTypeInfo::Key<Enumerator>;
+
   static constexpr std::size_t kNumTypes = 12;
   static constexpr std::size_t kNumIndices = 13;
   static constexpr std::size_t kNumFlags = 10;
@@ -160,7 +164,7 @@ class VELSDK_EXPORT M2DSliceVectorTypeInfo::Registry {
   Registry& operator=(Registry const&) = delete;
 
   /// The key of a name. `create` true registers an unknown name and never gives null; false gives null for one and
-  /// changes nothing.
+  /// changes nothing. By enumerator, `create` throws `std::out_of_range` for a value outside the built-in vocabulary.
   TypeKey const* GetTypeID(std::string const& name, bool create);
   IndexKey const* GetIndexID(std::string const& name, bool create);
   FlagKey const* GetFlagID(std::string const& name, bool create);

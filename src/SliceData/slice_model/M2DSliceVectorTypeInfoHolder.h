@@ -1,9 +1,10 @@
 #pragma once
 
+#include <SliceData/platform/common/Export.h>
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
 
 /// Carries the type record of one element.
-class M2DSliceVectorTypeInfoHolder {
+class VELSDK_EXPORT M2DSliceVectorTypeInfoHolder {
  public:
   M2DSliceVectorTypeInfo& GetVectorTypeInfo() { return m_vector_type_info; }
   M2DSliceVectorTypeInfo const& GetVectorTypeInfo() const { return m_vector_type_info; }

@@ -1,18 +1,10 @@
+#include <SliceData/slice_model/HeightArithmetic.h>
 #include <SliceData/slice_model/M2DSliceZArea.h>
 
 #include <cassert>
 
-namespace {
-
-/// Heights may come from documents, so sums wrap around instead of overflowing.
-long Sum(long a, long b) {
-  return static_cast<long>(static_cast<unsigned long>(a) + static_cast<unsigned long>(b));
-}
-long Difference(long a, long b) {
-  return static_cast<long>(static_cast<unsigned long>(a) - static_cast<unsigned long>(b));
-}
-
-}  // namespace
+using HeightArithmetic::Difference;
+using HeightArithmetic::Sum;
 
 M2DSliceZArea::M2DSliceZArea() = default;
 
@@ -76,7 +68,10 @@ void Create2DSliceZAreaList(std::vector<M2DSliceZArea>& list, long z_min, long z
   list.clear();
   M2DSliceZArea area;
   area.SetTypeInfo(info);
-  area.SetZ(z_min - z_min % info.thickness - 2 * info.thickness);
+  area.SetZ(Difference(z_min - z_min % info.thickness, Sum(info.thickness, info.thickness)));
   while (area.GetTop() < z_min) ++area;
-  while (area.GetBottom() <= z_max) list.push_back(area++);
+  while (area.GetBottom() <= z_max) {
+    list.push_back(area++);
+    if (area.GetBottom() < list.back().GetBottom()) break;  // beyond the largest height there is
+  }
 }

@@ -3,9 +3,11 @@
 #include <SliceData/slice_stack/M2DSliceStackCachingStrategyNoTempFiles.h>
 
 #include <boost/make_shared.hpp>
+#include <iterator>
 #include <utility>
 
-AllStacks g_all_stacks;
+/// Before other static objects, since a host's may be stacks.
+__attribute__((init_priority(101))) AllStacks g_all_stacks;
 
 namespace {
 
@@ -110,10 +112,10 @@ void M2DSliceStack::RemoveEmptyLayersAtFrontAndEnd() {
 }
 
 long M2DSliceStack::GetZMin() const {
-  return m_slices.empty() ? 0 : m_slices.begin()->second->GetZArea().GetZ();
+  return m_slices.empty() ? 0 : m_slices.begin()->first.GetZ();
 }
 long M2DSliceStack::GetZMax() const {
-  return m_slices.empty() ? 0 : m_slices.rbegin()->second->GetZArea().GetZ();
+  return m_slices.empty() ? 0 : m_slices.rbegin()->first.GetZ();
 }
 
 M2DSliceStackSlice* M2DSliceStack::GetSlice(unsigned long index) {

@@ -30,6 +30,7 @@ void M2DSliceStackReference::Initialize(M2DSliceStack* stack) {
 }
 
 void M2DSliceStackReference::Terminate() {
+  if (m_data == nullptr) return;
   LockSliceStack();
   m_data->stack = nullptr;
   UnlockSliceStack();

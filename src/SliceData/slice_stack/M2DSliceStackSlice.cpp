@@ -102,15 +102,23 @@ bool M2DSliceStackSlice::_SetInInitialSourceState() {
 void M2DSliceStackSlice::_ValidateFromInitialSource() const {
   if (m_validated || m_initial_source == nullptr) return;
   m_validated = true;  // first, so that the hooks below do not come back here
-  M2DSlice loaded;
-  m_initial_source->GetSlice(loaded, m_source_index);
-  ForEachRow([&](auto row) {
-    using Row = decltype(row);
-    Row::OnAccess(loaded);
-    Row::OnChanged(loaded);
-    typename Row::Update data(Row::Component(loaded));
-    Row::Component(*this).ValidateData(*data, true);
-  });
+  try {
+    M2DSlice loaded;
+    m_initial_source->GetSlice(loaded, m_source_index);
+    ForEachRow([&](auto row) {
+      using Row = decltype(row);
+      Row::OnAccess(loaded);
+      Row::OnChanged(loaded);
+      typename Row::Update data(Row::Component(loaded));
+      Row::Component(*this).ValidateData(*data, true);
+    });
+  } catch (...) {
+    // The slice stands empty from now on, ready to take what is put into it.
+    ForEachRow([&](auto row) { decltype(row)::Component(*this).Clear(); });
+    throw;
+  }
+  _InvalidateXYArea();
+  if (m_stack != nullptr) m_stack->_InvalidateXYArea();
 }
 
 void M2DSliceStackSlice::_StartWaiting() {

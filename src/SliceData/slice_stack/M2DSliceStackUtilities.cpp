@@ -1,8 +1,12 @@
 #include <SliceData/platform/units/MInternalUnits.h>
+#include <SliceData/slice_model/HeightArithmetic.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceData/slice_stack/M2DSliceStackUtilities.h>
 
 namespace M2DSliceStackUtilities {
+
+using HeightArithmetic::Difference;
+using HeightArithmetic::Sum;
 
 bool ConvertSourceToSliceStack(ISource2DSlices const& source, M2DSliceStack& stack) {
   stack.SetSliceParameters(source.GetSliceParameters());
@@ -50,10 +54,10 @@ void InitializeUndefinedZRanges(M2DSliceStack& stack) {
     if (i > 0) {
       bottom = stack.GetSlice(i - 1)->GetZArea().GetTop();
     } else if (count > 1) {
-      bottom = 2 * z - stack.GetSlice(1)->GetZArea().GetZ();
+      bottom = Difference(Sum(z, z), stack.GetSlice(1)->GetZArea().GetZ());
     } else {
       double const length = VelSDK::Common::MInternalUnits::GetInstance().length;
-      bottom = z - static_cast<int>(length >= 0 ? length + 0.5 : length - 0.5);
+      bottom = Difference(z, static_cast<int>(length >= 0 ? length + 0.5 : length - 0.5));
     }
     area.SetCustomRange(bottom, z);
   }

@@ -134,6 +134,14 @@ class M3dBorderContourBase {
   bool GetIsOuter() const { return m_is_outer; }
   void SetIsOuter(bool outer) { m_is_outer = outer; }
 
+  // Two bytes and a word for the host's use: they start at 0 and are copied along.
+  unsigned char GetUserByte1() const { return m_user_byte_1; }
+  void SetUserByte1(unsigned char value) { m_user_byte_1 = value; }
+  unsigned char GetUserByte2() const { return m_user_byte_2; }
+  void SetUserByte2(unsigned char value) { m_user_byte_2 = value; }
+  std::uint64_t GetUserWord() const { return m_user_word; }
+  void SetUserWord(std::uint64_t value) { m_user_word = value; }
+
   Contour* GetNext() { return m_next; }
   Contour const* GetNext() const { return m_next; }
   Contour* GetPrevious() { return m_previous; }
@@ -148,8 +156,8 @@ class M3dBorderContourBase {
     for (Point const& point : source.GetPoints()) AddPoint(point.x, point.y, point.z, point.info);
     m_is_closed = source.m_is_closed;
     m_is_outer = source.m_is_outer;
-    m_user_flag_1 = source.m_user_flag_1;
-    m_user_flag_2 = source.m_user_flag_2;
+    m_user_byte_1 = source.m_user_byte_1;
+    m_user_byte_2 = source.m_user_byte_2;
     m_user_word = source.m_user_word;
   }
 
@@ -176,9 +184,9 @@ class M3dBorderContourBase {
   unsigned long m_num_points = 0;
   bool m_is_closed = true;
   bool m_is_outer = true;
-  bool m_user_flag_1 = false;     ///< no meaning here; copied along
-  bool m_user_flag_2 = false;     ///< no meaning here; copied along
-  std::uint64_t m_user_word = 0;  ///< no meaning here; copied along
+  unsigned char m_user_byte_1 = 0;
+  unsigned char m_user_byte_2 = 0;
+  std::uint64_t m_user_word = 0;
   Contour* m_next = nullptr;
   Contour* m_previous = nullptr;
   boost::shared_ptr<Pool> m_pool;

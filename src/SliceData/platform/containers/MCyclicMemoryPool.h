@@ -5,6 +5,7 @@
 #include <SliceData/platform/memory/MMemoryPool.h>
 
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <vector>
 
@@ -31,7 +32,7 @@ class MCyclicMemoryPool final : public IReleaseableMemory {
   T* Allocate() {
     T* element = m_free_list;
     if (element != nullptr) {
-      m_free_list = _NextFree(element);
+      m_free_list = _FirstWord<T*>(element);
     } else if (m_bump != m_block_end) {
       element = m_bump++;
     } else {
@@ -52,17 +53,17 @@ class MCyclicMemoryPool final : public IReleaseableMemory {
     }
     auto const block =
         reinterpret_cast<std::uintptr_t>(element) & ~(std::uintptr_t{MSharedMemoryBlockPool::kBlockSize} - 1);
-    unsigned long const index = *reinterpret_cast<unsigned long const*>(block);
+    unsigned long const index = _FirstWord<unsigned long>(reinterpret_cast<void const*>(block));
     m_blocks_with_freed[index / 64] |= std::uint64_t{1} << (index % 64);
   }
 
   void ReleaseMemory(bool only_if_unused) noexcept override {
     if (only_if_unused && m_num_live != 0) return;
     if (!m_blocks.empty()) {
-      // Chained from the last to the first: the shared pool hands out what it got last, so the next user gets the blocks
-      // in the order of their addresses again, which prefetching likes.
+      // Chained from the last to the first: the shared pool hands out what it got last, so the next user gets the
+      // blocks in the order of their addresses again, which prefetching likes.
       for (std::size_t i = m_blocks.size(); --i > 0;) {
-        *static_cast<void**>(m_blocks[i].memory) = m_blocks[i - 1].memory;
+        _SetFirstWord(m_blocks[i].memory, m_blocks[i - 1].memory);
       }
       MMemoryPool::GetGlobalSharedMemoryBlockPool().DeAllocateBlock(m_blocks.back().memory, m_blocks.front().memory);
       m_blocks.clear();
@@ -79,7 +80,17 @@ class MCyclicMemoryPool final : public IReleaseableMemory {
   static_assert(std::is_trivially_destructible_v<T>, "elements are dropped with their block");
   static_assert(sizeof(T) >= sizeof(void*) && alignof(T) <= alignof(void*), "a freed element holds a link");
 
-  static T*& _NextFree(T* element) { return *reinterpret_cast<T**>(element); }
+  /// A freed element holds the address of the next one, and a block its index, in the first word.
+  template <class Word>
+  static Word _FirstWord(void const* memory) {
+    Word word;
+    std::memcpy(&word, memory, sizeof word);
+    return word;
+  }
+  template <class Word>
+  static void _SetFirstWord(void* memory, Word word) {
+    std::memcpy(memory, &word, sizeof word);
+  }
 
   static T* _FirstElement(MMemoryBlock block) {
     return reinterpret_cast<T*>(static_cast<char*>(block.memory) + sizeof(void*));
@@ -91,7 +102,7 @@ class MCyclicMemoryPool final : public IReleaseableMemory {
       if (kElementsPerBlock * m_num_blocks >= m_num_live + 1 + kElementsPerBlock) {
         _GatherFreed();
         T* const element = m_free_list;
-        m_free_list = _NextFree(element);
+        m_free_list = _FirstWord<T*>(element);
         return element;
       }
       _AddBlock();
@@ -110,24 +121,28 @@ class MCyclicMemoryPool final : public IReleaseableMemory {
       m_blocks.pop_back();
       throw;
     }
-    *static_cast<unsigned long*>(m_blocks.back().memory) = m_num_blocks++;
+    _SetFirstWord(m_blocks.back().memory, m_num_blocks++);
   }
 
   /// Blocks in which nothing was freed are skipped, so that the cost is in what was freed and not in what is live.
   void _GatherFreed() noexcept {
-    T** tail = &m_free_list;
+    T* last = nullptr;
     for (std::size_t word = 0; word < m_blocks_with_freed.size(); ++word) {
       for (std::uint64_t bits = m_blocks_with_freed[word]; bits != 0; bits &= bits - 1) {
         T* const first = _FirstElement(m_blocks[word * 64 + static_cast<unsigned>(__builtin_ctzll(bits))]);
         for (T* element = first; element != first + kElementsPerBlock; ++element) {
           if (element->pool_marker == 0) continue;
-          *tail = element;
-          tail = &_NextFree(element);
+          if (last == nullptr) {
+            m_free_list = element;
+          } else {
+            _SetFirstWord(last, element);
+          }
+          last = element;
         }
       }
       m_blocks_with_freed[word] = 0;
     }
-    *tail = nullptr;
+    if (last != nullptr) _SetFirstWord<T*>(last, nullptr);
   }
 
   std::vector<MMemoryBlock> m_blocks;

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
-#include <type_traits>
 
 /// List of elements that carry their own links `m_next` and `m_previous`. The list owns its elements.
 ///

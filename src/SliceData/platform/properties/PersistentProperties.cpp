@@ -1,6 +1,7 @@
 #include <SliceData/platform/properties/PersistentProperties.h>
 
 #include <algorithm>
+#include <utility>
 
 template class PersistentProperty<bool>;
 template class PersistentProperty<long>;
@@ -36,7 +37,7 @@ PersistentPropertyBase* PersistentProperties::FindProperty(std::string const& na
   return const_cast<PersistentPropertyBase*>(std::as_const(*this).FindProperty(name));
 }
 
-void PersistentProperties::RemoveProperties(std::string const& name) {
+void PersistentProperties::RemoveProperties(std::string name) {
   m_properties.erase(std::remove_if(m_properties.begin(), m_properties.end(),
                                     [&](auto const& property) { return property->GetName() == name; }),
                      m_properties.end());

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class PersistentProperties;
@@ -67,16 +68,16 @@ class VELSDK_EXPORT PersistentProperties {
 
   /// Adds a property with a default value and returns the value. `keep_others` false first removes all of that name.
   template <class T>
-  T& _AddProperty(std::string const& name, bool keep_others) {
+  T& _AddProperty(std::string name, bool keep_others) {
     if (!keep_others) RemoveProperties(name);
-    auto property = std::make_unique<PersistentProperty<T>>(name);
+    auto property = std::make_unique<PersistentProperty<T>>(std::move(name));
     T& value = property->GetValue();
     m_properties.push_back(std::move(property));
     return value;
   }
 
   /// Removes all properties of that name.
-  void RemoveProperties(std::string const& name);
+  void RemoveProperties(std::string name);
 
   /// All properties in order, deleted ones included.
   std::vector<std::unique_ptr<PersistentPropertyBase>> const& GetAll() const { return m_properties; }
