@@ -10,6 +10,7 @@
 #include <SliceData/slice_model/M2DSliceZArea.h>
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 
 class M2DSliceStack;
@@ -30,6 +31,8 @@ class VELSDK_EXPORT M2DSlice {
   struct VectorsRow;
   struct PointsRow;
   struct AreasRow;
+
+  static constexpr std::size_t kNumRows = 4;
 
   /// Calls `function(Row())` for border, vectors, points and areas.
   template <class Function>
@@ -178,6 +181,7 @@ class VELSDK_EXPORT M2DSlice {
 };
 
 struct M2DSlice::BorderRow {
+  static constexpr std::size_t kIndex = 0;
   using Layer = M2DSliceContourLayer;
   using Update = M2DSliceComponentContoursUpdate;
   static M2DSliceComponentContours& Component(M2DSlice const& slice) { return slice.m_border; }
@@ -186,6 +190,7 @@ struct M2DSlice::BorderRow {
 };
 
 struct M2DSlice::VectorsRow {
+  static constexpr std::size_t kIndex = 1;
   using Layer = M2DSliceVectorLayer;
   using Update = M2DSliceComponentVectorsUpdate;
   static M2DSliceComponentVectors& Component(M2DSlice const& slice) { return slice.m_vectors; }
@@ -194,6 +199,7 @@ struct M2DSlice::VectorsRow {
 };
 
 struct M2DSlice::PointsRow {
+  static constexpr std::size_t kIndex = 2;
   using Layer = M2DSlicePointLayer;
   using Update = M2DSliceComponentPointsUpdate;
   static M2DSliceComponentPoints& Component(M2DSlice const& slice) { return slice.m_points; }
@@ -202,6 +208,7 @@ struct M2DSlice::PointsRow {
 };
 
 struct M2DSlice::AreasRow {
+  static constexpr std::size_t kIndex = 3;
   using Layer = M2DSliceContourLayer;
   using Update = M2DSliceComponentContoursUpdate;
   static M2DSliceComponentContours& Component(M2DSlice const& slice) { return slice.m_areas; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/geometry/iTransformation.h>
+#include <SliceData/platform/common/Export.h>
 
 #include <boost/shared_ptr.hpp>
 
@@ -21,7 +22,7 @@ class M2DSliceTempFile;
 ///
 /// The hooks of the slice decide when data is loaded and when a change is noted; nothing here does so by itself.
 template <class T>
-class M2DSliceComponent {
+class VELSDK_EXPORT M2DSliceComponent {
  public:
   static constexpr long long kNoFilePosition = 0xFFFFFFFF;
 
@@ -33,8 +34,13 @@ class M2DSliceComponent {
   /// True if the data in memory holds no geometry.
   bool IsDataEmpty() const { return _IsDataEmpty(); }
 
-  /// Brings the data into memory if it is only on disk. True if it did.
-  bool ValidateData() { return false; }
+  /// Brings the data into memory if it is only on disk. True if it did. Throws `std::system_error` if the record cannot
+  /// be read; the component is as before then.
+  bool ValidateData() {
+    if (m_data_valid || !m_disk_state_valid) return false;
+    _ReadBack();
+    return true;
+  }
 
   /// Replaces the data, by moving if `move`; any record on disk is stale then.
   void ValidateData(T& data, bool move) {
@@ -42,6 +48,11 @@ class M2DSliceComponent {
     m_data_valid = true;
     m_disk_state_valid = false;
   }
+
+  /// Pages the data out: lets it leave memory once there is a current record on disk, which is written to `file` if
+  /// need be. False, with nothing done, if the data in memory holds no geometry. Throws `std::system_error` if the
+  /// record cannot be written; the data stays in memory then.
+  bool ValidateDiskState(boost::shared_ptr<M2DSliceTempFile>& file);
 
   /// Drops the data in memory.
   void InvalidateData() {
@@ -66,7 +77,7 @@ class M2DSliceComponent {
 
   void SetCachingStrategy(I2DSliceStackCachingStrategy* strategy) { m_strategy = strategy; }
 
-  /// The data in memory; meaningful while data valid.
+  /// The data in memory; meaningful while the data is valid.
   T& GetData() { return m_data; }
   T const& GetData() const { return m_data; }
   boost::shared_ptr<M2DSliceTempFile> const& GetTempFile() const { return m_temp_file; }
@@ -98,6 +109,8 @@ class M2DSliceComponent {
  private:
   template <class>
   friend class M2DSliceComponentUpdate;
+
+  void _ReadBack();
 
   unsigned long m_update_count = 0;
   I2DSliceStackCachingStrategy* m_strategy = nullptr;

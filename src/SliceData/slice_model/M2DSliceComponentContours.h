@@ -24,6 +24,10 @@ class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerCompon
   unsigned long GetNumContours() const { return _GetNumElements(); }
   unsigned long GetNumPoints(unsigned long contour) const { return _GetNumItems(contour); }
 
+  /// Reads a point through a cursor: from point 0 of a contour upward, one after the other. Nobody else may use a temp
+  /// file between two calls. The walk goes round a contour in memory, and on disk from one contour into the next.
+  void GetContourPoint(unsigned long contour, unsigned long point, long& x, long& y) const;
+
   /// True if every contour is closed; without contours too.
   bool GetIsClosed() const;
   bool GetIsClosed(unsigned long contour) const;
@@ -32,8 +36,17 @@ class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerCompon
   void SetIsClosed(unsigned long contour, bool closed);
   void SetIsOuter(unsigned long contour, bool outer);
 
+  /// Lets the strategy prepare the component to be filled on disk; false if it does not, or the slice is in no stack.
+  bool PrepareForPushingData();
+  /// Begin a contour, whose index is returned, and give it a point. Only after `InitForOnDiskCaching`. Flags and type
+  /// record start with their defaults.
+  unsigned long PushContour();
+  void PushContourPoint(long x, long y);
+
  private:
   int m_kind;
+  mutable M2DSliceContourPoint const* m_last_point = nullptr;  ///< the cursor in memory
+  mutable unsigned long m_last_point_index = 0;
 };
 
 /// Write access to the contours of a slice.

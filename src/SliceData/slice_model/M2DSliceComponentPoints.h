@@ -24,6 +24,16 @@ class VELSDK_EXPORT M2DSliceComponentPoints final : public M2DSliceLayerComponen
 
   unsigned long GetNumPointBlocks() const { return _GetNumElements(); }
   unsigned long GetNumPoints(unsigned long block) const { return _GetNumItems(block); }
+
+  /// Reads a point: in memory by its index, unchecked; on disk through a cursor, from point 0 of a block upward, one
+  /// after the other, with nobody else using a temp file between two calls.
+  void GetPoint(unsigned long block, unsigned long index, long& x, long& y) const;
+
+  /// Lets the strategy prepare the component to be filled on disk. Always true: otherwise pushing fills memory.
+  bool PrepareForPushingData();
+  /// Begin a block, whose index is returned, and give it a point: on disk if the disk state is valid, else in memory.
+  unsigned long PushPointBlock();
+  void PushPoint(long x, long y);
 };
 
 /// Write access to the points of a slice.

@@ -22,6 +22,17 @@ class VELSDK_EXPORT M2DSliceComponentVectors final : public M2DSliceLayerCompone
 
   unsigned long GetNumVectorBlocks() const { return _GetNumElements(); }
   unsigned long GetNumVectors(unsigned long block) const { return _GetNumItems(block); }
+
+  /// Reads a vector: in memory by its index, with `std::out_of_range` for one that is not there; on disk through a
+  /// cursor, from vector 0 of a block upward, one after the other, with nobody else using a temp file between two
+  /// calls.
+  void GetVector(unsigned long block, unsigned long index, long& x1, long& y1, long& x2, long& y2) const;
+
+  /// Lets the strategy prepare the component to be filled on disk. Always true: otherwise pushing fills memory.
+  bool PrepareForPushingData();
+  /// Begin a block, whose index is returned, and give it a vector: on disk if the disk state is valid, else in memory.
+  unsigned long PushVectorBlock();
+  void PushVector(long x1, long y1, long x2, long y2);
 };
 
 /// Write access to the vectors of a slice.

@@ -2,33 +2,15 @@
 #include <SliceData/geometry/Transform.h>
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/slice_model/M2DSliceLayerComponent.h>
+#include <SliceData/slice_model/M2DSliceLayerElements.h>
 
 #include <algorithm>
 #include <cassert>
 
 namespace {
 
-// What differs from one kind of element to the next, by overload.
-
-unsigned long NumItems(M2DSliceContour const& contour) {
-  return contour.GetNumPoints();
-}
-unsigned long NumItems(M2DSliceVectorBlock const& block) {
-  return block.size();
-}
-unsigned long NumItems(M2DSlicePointBlock const& block) {
-  return block.size();
-}
-
-unsigned long NumItems(M2DSliceBaseInfoContour const& info) {
-  return info.numPoints;
-}
-unsigned long NumItems(M2DSliceBaseInfoVectorBlock const& info) {
-  return info.numVectors;
-}
-unsigned long NumItems(M2DSliceBaseInfoPointBlock const& info) {
-  return info.numPoints;
-}
+using M2DSliceLayerElements::FillFacts;
+using M2DSliceLayerElements::NumItems;
 
 void Extend(M2DSliceXYArea& area, M2DSliceContour const& contour) {
   for (M2DSliceContourPoint const& point : contour.GetPoints()) area.Extend(point.x, point.y);
@@ -45,23 +27,9 @@ void Extend(M2DSliceXYArea& area, M2DSlicePointBlock const& block) {
   for (M2DSlicePoint const& point : block) area.Extend(point.x, point.y);
 }
 
-void FillFacts(M2DSliceBaseInfoContour& info, M2DSliceContour const& contour) {
-  info.closed = contour.GetIsClosed();
-  info.outer = contour.GetIsOuter();
-  info.numPoints = contour.GetNumPoints();
-}
-
-void FillFacts(M2DSliceBaseInfoVectorBlock& info, M2DSliceVectorBlock const& block) {
-  info.numVectors = block.size();
-}
-void FillFacts(M2DSliceBaseInfoPointBlock& info, M2DSlicePointBlock const& block) {
-  info.numPoints = block.size();
-}
-
 template <class BaseInfoElement, class Element>
 void FillFromElement(BaseInfoElement& info, Element const& element) {
   FillFacts(info, element);
-  info.typeInfo = element.GetVectorTypeInfo();
   info.xyArea = M2DSliceXYArea();
   Extend(info.xyArea, element);
 }
@@ -168,17 +136,6 @@ void M2DSliceLayerComponent<Traits>::_ClearData() {
   m_data.Clear();
   m_cached_data.m_elements.clear();
 }
-
-template <class Traits>
-bool M2DSliceLayerComponent<Traits>::_DoubleCheckDiskValidity() const {
-  return false;  // nothing is paged out yet, so no earlier record can fit
-}
-
-template <class Traits>
-void M2DSliceLayerComponent<Traits>::_ReadDataFromDisk() {}
-
-template <class Traits>
-void M2DSliceLayerComponent<Traits>::_WriteDataToDisk() {}
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_OnSetData(Layer& data, bool move) {

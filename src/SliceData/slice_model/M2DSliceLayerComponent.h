@@ -5,6 +5,7 @@
 #include <SliceData/slice_model/M2DSliceBaseInfo.h>
 #include <SliceData/slice_model/M2DSliceComponent.h>
 
+#include <initializer_list>
 #include <vector>
 
 /// What the components of contours, vectors and points share; `Traits` gives what differs.
@@ -52,6 +53,10 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   void GetBaseInfo(unsigned long index, BaseInfoElement& info) const;
   void GetBaseInfo(BaseInfo& info) const;
 
+  /// Begins a record in `file` that is filled by pushing, with nothing in memory. What the layer holds is stale from
+  /// then on. No other component may use the same file until the last push.
+  void InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file);
+
   /// Drops the index into the layer. For whoever changes the layer other than through an update handle.
   void _InvalidateCachedData() const { m_cached_data.m_valid = false; }
 
@@ -60,7 +65,9 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   using Base::m_data;
   using Base::m_data_valid;
   using Base::m_disk_state_valid;
+  using Base::m_file_position;
   using Base::m_slice;
+  using Base::m_temp_file;
 
   /// Direct index into the linked layer, built at first use.
   struct CachedData {
@@ -70,6 +77,14 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
 
   explicit M2DSliceLayerComponent(M2DSlice* slice);
   ~M2DSliceLayerComponent();
+
+  /// Begin a new element and return its index.
+  unsigned long _PushElementToMemory();
+  unsigned long _PushElementToDisk();
+  /// Appends one item, given as the 32-bit values of the record, to the last element of the record on disk.
+  void _PushItemToDisk(std::initializer_list<long> values);
+  /// Reads one item through a cursor, the position in the temp file: item 0 places it, every other is the next one.
+  void _ReadItemFromDisk(unsigned long element, unsigned long item, long* values) const;
 
   unsigned long _GetNumElements() const { return m_data_valid ? m_data.GetCount() : m_info_on_disk.m_elements.size(); }
   unsigned long _GetNumItems(unsigned long index) const;
@@ -85,8 +100,11 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
 
   InfoOnDisk m_info_on_disk;
 
- private:
   void _ValidateCachedData() const;
 
   mutable CachedData m_cached_data;
+
+ private:
+  void _WriteRecordHead();
+  void _ReadRecordHead() const;
 };

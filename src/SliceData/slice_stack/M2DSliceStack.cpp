@@ -1,3 +1,6 @@
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategyMultipleTempFiles.h>
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategySingleTempFile.h>
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategyZRange.h>
 #include <SliceData/slice_stack/AllStacks.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceData/slice_stack/M2DSliceStackCachingStrategyNoTempFiles.h>
@@ -263,10 +266,16 @@ M2DSlice* M2DSliceStack::_OnAddSlice(M2DSlice& slice, bool move) {
 void M2DSliceStack::_InitCachingStrategy(e2DSliceStackCachingType caching_type) {
   switch (caching_type) {
     case e2DSliceStackCachingType::NoTempFiles:
-    case e2DSliceStackCachingType::MultipleTempFiles:
-    case e2DSliceStackCachingType::SingleTempFile:
-    case e2DSliceStackCachingType::ZRange:
       m_caching_strategy = boost::make_shared<M2DSliceStackCachingStrategyNoTempFiles>(this);
+      break;
+    case e2DSliceStackCachingType::MultipleTempFiles:
+      m_caching_strategy = boost::make_shared<M2DSliceStackCachingStrategyMultipleTempFiles>(this);
+      break;
+    case e2DSliceStackCachingType::SingleTempFile:
+      m_caching_strategy = boost::make_shared<M2DSliceStackCachingStrategySingleTempFile>(this);
+      break;
+    case e2DSliceStackCachingType::ZRange:
+      m_caching_strategy = boost::make_shared<M2DSliceStackCachingStrategyZRange>(this);
       break;
   }
 }

@@ -136,10 +136,13 @@ void M2DSliceStackSlice::_DropInitialSource() const {
   m_source_index = 0;
 }
 
-/// The strategy comes before the component's own load, since it may page other data out first.
+/// The strategy comes before the component's own load, since it may page other data out first. With a small limit it
+/// may even let this slice go back to waiting.
 void M2DSliceStackSlice::_BeforeAccess(AccessHook hook) const {
   _ValidateFromInitialSource();
-  if (m_strategy != nullptr) (m_strategy.get()->*hook)(const_cast<M2DSliceStackSlice*>(this));
+  if (m_strategy == nullptr) return;
+  (m_strategy.get()->*hook)(const_cast<M2DSliceStackSlice*>(this));
+  _ValidateFromInitialSource();
 }
 
 void M2DSliceStackSlice::_BeforeChange() {

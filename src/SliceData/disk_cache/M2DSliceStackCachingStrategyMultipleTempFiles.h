@@ -1,0 +1,65 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/slice_stack/I2DSliceStackCachingStrategy.h>
+#include <SliceData/slice_stack/M2DSliceStackSlice.h>
+
+#include <array>
+#include <boost/shared_ptr.hpp>
+#include <list>
+
+class M2DSliceTempFile;
+
+/// The default: each of the four kinds of content has its own list of recent slices, limit and temp file in its stack,
+/// so that work on borders alone never touches vectors.
+///
+/// A list that grows beyond its limit is cut to half the limit at once. Locking holds that back. A slice that can be
+/// read from its initial source again is dropped as a whole, whichever list it leaves.
+class VELSDK_EXPORT M2DSliceStackCachingStrategyMultipleTempFiles final : public I2DSliceStackCachingStrategy {
+ public:
+  static constexpr unsigned long kDefaultCacheSize = 10;
+
+  using I2DSliceStackCachingStrategy::I2DSliceStackCachingStrategy;
+
+  /// The limit of this strategy's temp files in bytes; the record that crosses it is still written whole.
+  void SetMaxFileSize(unsigned long size) { m_max_file_size = size; }
+  /// How many slices of each kind may stay in memory. Heeded at the next access of that kind.
+  void SetCacheSizes(unsigned long borders, unsigned long vectors, unsigned long points, unsigned long areas);
+
+  M2DSliceStackSlice* _CreateSlice(long z) override;
+  void _OnRemoveSlice(M2DSliceStackSlice* slice) override;
+  bool _PrepareBorderForCaching(M2DSliceStackSlice* slice) override;
+  bool _PrepareVectorsForCaching(M2DSliceStackSlice* slice) override;
+  bool _PreparePointsForCaching(M2DSliceStackSlice* slice) override;
+  bool _PrepareAreasForCaching(M2DSliceStackSlice* slice) override;
+  void _OnAccessBorder(M2DSliceStackSlice* slice) override;
+  void _OnAccessVectors(M2DSliceStackSlice* slice) override;
+  void _OnAccessPoints(M2DSliceStackSlice* slice) override;
+  void _OnAccessAreas(M2DSliceStackSlice* slice) override;
+  void _OnCachinglocked() override {}
+  void _OnCachingUnlocked() override;
+  unsigned long _GetMaxAdvicedDataBuffer() override;
+
+  /// Makes sure that `file` is a temp file with room.
+  void _GetValidTempFile(boost::shared_ptr<M2DSliceTempFile>& file) const;
+
+ private:
+  class MSlice;
+
+  struct Kind {
+    unsigned long cache_size = kDefaultCacheSize;
+    std::list<MSlice*> recent;  ///< the most recent first
+    boost::shared_ptr<M2DSliceTempFile> temp_file;
+  };
+
+  template <class Row>
+  void _OnAccess(M2DSliceStackSlice* slice);
+  template <class Row>
+  void _EvictHalf();
+  template <class Row>
+  bool _Prepare(M2DSliceStackSlice* slice);
+
+  std::array<Kind, M2DSlice::kNumRows> m_kinds;  ///< in the order of the rows of a slice
+  unsigned long m_max_file_size = 200000000;
+  mutable unsigned long m_num_temp_files = 0;
+};

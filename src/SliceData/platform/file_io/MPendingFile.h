@@ -1,0 +1,72 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+/// An output file that appears under its name only when it is whole.
+///
+/// Until `Commit` the bytes go to a file of an unguessable name in the same directory; `Commit` gives it the final name
+/// in one step, so that whoever looks there sees the old file or the new one, never half of it. Without `Commit` the
+/// temporary file is removed and the old file stays.
+///
+/// Whatever the disk refuses is thrown as `std::system_error` with path and cause; the file cannot be committed any
+/// more then. One thread at a time.
+class VELSDK_EXPORT MPendingFile {
+ public:
+  static constexpr std::size_t kBufferSize = std::size_t{1} << 18;
+
+  /// Creates the temporary file beside `path`. A symbolic link at `path` is followed, so that it goes on pointing to
+  /// the new file. Anything else but a regular file at `path`, or no such directory, is refused.
+  explicit MPendingFile(std::string path);
+  /// Removes the temporary file unless it has been committed. Never throws.
+  ~MPendingFile();
+  MPendingFile(MPendingFile const&) = delete;
+  MPendingFile& operator=(MPendingFile const&) = delete;
+
+  /// Appends bytes.
+  void Write(void const* data, std::size_t size);
+  void Write(std::string_view text) { Write(text.data(), text.size()); }
+
+  /// Room for `size` bytes, at most `kBufferSize`, at the end of the file, for whoever composes bytes in place. What
+  /// `Use` then says counts as written.
+  char* Room(std::size_t size) {
+    if (kBufferSize - m_buffered < size) _Flush();
+    return m_buffer.get() + m_buffered;
+  }
+  /// `end` lies in the room given last: the bytes before it are part of the file now.
+  void Use(char const* end) { m_buffered = static_cast<std::size_t>(end - m_buffer.get()); }
+
+  /// Overwrites bytes that are there already. `offset + size` is at most `TellSize()`.
+  void WriteAt(long long offset, void const* data, std::size_t size);
+  void WriteAt(long long offset, std::string_view text) { WriteAt(offset, text.data(), text.size()); }
+
+  /// The number of bytes appended so far.
+  long long TellSize() const { return m_flushed + static_cast<long long>(m_buffered); }
+
+  /// Brings all bytes to the disk and gives the file its name, replacing the file that had it. Nothing may be written
+  /// afterwards.
+  void Commit();
+
+  /// Removes the temporary files of all pending files of the process, 64 at most. For a signal handler, which ends the
+  /// process afterwards: only then may the objects be left in the state they are in. Async-signal-safe.
+  static void RemoveAllPendingFromSignalHandler() noexcept;
+
+ private:
+  void _Flush();
+  [[noreturn]] void _Fail(int error, char const* what);
+  void _CloseAndForget() noexcept;
+
+  std::string m_path;        ///< as given, for messages
+  std::string m_final_path;  ///< absolute, symbolic links resolved
+  std::unique_ptr<char[]> m_temporary_path;
+  std::unique_ptr<char[]> m_buffer;
+  std::size_t m_buffered = 0;
+  long long m_flushed = 0;
+  int m_descriptor = -1;
+  int m_slot = -1;  ///< of the temporary path in the signal handler's table; -1 without one
+  bool m_failed = false;
+};

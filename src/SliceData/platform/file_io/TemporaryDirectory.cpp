@@ -1,0 +1,210 @@
+#include <SliceData/platform/file_io/TemporaryDirectory.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace VelSDK::FileIO::FileSystem {
+
+namespace {
+
+constexpr char const* kNamePrefix = "velsdk-scratch-";
+constexpr int kAttempts = 100;
+
+[[noreturn]] void Throw(int error, std::string const& path, char const* what) {
+  throw std::system_error(error, std::generic_category(), path + ": " + what);
+}
+
+/// 128 random bits as text.
+std::string RandomName() {
+  unsigned char bytes[16];
+  if (::getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) {
+    Throw(errno, "getrandom", "the system gives no random names for scratch files");
+  }
+  std::string name;
+  for (unsigned char const byte : bytes) {
+    name += "0123456789abcdef"[byte >> 4];
+    name += "0123456789abcdef"[byte & 15];
+  }
+  return name;
+}
+
+/// A directory that is open and locked, or nothing.
+class LockedDirectory {
+ public:
+  /// Fails quietly if `path` is no directory of this user or somebody holds its lock.
+  explicit LockedDirectory(std::string const& path)
+      : m_descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
+    struct stat opened {};
+    struct stat named {};
+    bool const is_ours = m_descriptor >= 0 && ::flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 &&
+                         ::fstat(m_descriptor, &opened) == 0 && opened.st_uid == ::geteuid() &&
+                         ::lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
+    int const error = errno;
+    if (!is_ours) _Close();
+    errno = error;
+  }
+  ~LockedDirectory() { _Close(); }
+  LockedDirectory(LockedDirectory const&) = delete;
+  LockedDirectory& operator=(LockedDirectory const&) = delete;
+
+  explicit operator bool() const { return m_descriptor >= 0; }
+  int GetDescriptor() const { return m_descriptor; }
+
+ private:
+  void _Close() {
+    if (m_descriptor >= 0) ::close(std::exchange(m_descriptor, -1));
+  }
+
+  int m_descriptor;
+};
+
+std::vector<std::string> NamesIn(std::string const& directory) {
+  std::vector<std::string> names;
+  if (DIR* const stream = ::opendir(directory.c_str())) {
+    while (dirent const* const entry = ::readdir(stream)) names.emplace_back(entry->d_name);
+    ::closedir(stream);
+  }
+  return names;
+}
+
+/// Removes what processes left behind that did not end in order: nobody holds the lock on their directory.
+void RemoveLeftovers(std::string const& parent) {
+  for (std::string const& name : NamesIn(parent)) {
+    if (name.rfind(kNamePrefix, 0) != 0) continue;
+    std::string const path = parent + "/" + name;
+    LockedDirectory const directory(path);
+    if (!directory) continue;
+    for (std::string const& file : NamesIn(path)) ::unlinkat(directory.GetDescriptor(), file.c_str(), 0);
+    ::rmdir(path.c_str());
+  }
+}
+
+/// What a signal handler can read: the paths of the directories of this process. More than these are not removed by it.
+constexpr std::size_t kMaxPathsForSignal = 16;
+std::atomic<char const*> g_paths_for_signal[kMaxPathsForSignal];
+
+struct ProcessDirectory {
+  explicit ProcessDirectory(std::string const& directory_path) : path(directory_path), lock(directory_path) {
+    if (lock) _Exchange(nullptr, path.c_str());
+  }
+  ~ProcessDirectory() { _Exchange(path.c_str(), nullptr); }
+
+  std::string const path;
+  LockedDirectory const lock;
+
+ private:
+  static void _Exchange(char const* old_path, char const* new_path) {
+    for (auto& entry : g_paths_for_signal) {
+      char const* expected = old_path;
+      if (entry.compare_exchange_strong(expected, new_path)) return;
+    }
+  }
+};
+
+/// The directories of this process by the directory they lie in.
+std::map<std::string, std::unique_ptr<ProcessDirectory>>& ProcessDirectories() {
+  static auto* const directories = new std::map<std::string, std::unique_ptr<ProcessDirectory>>;
+  return *directories;
+}
+
+ProcessDirectory& GetProcessDirectory(std::string const& parent) {
+  auto& directory = ProcessDirectories()[parent];
+  if (directory != nullptr) return *directory;
+  RemoveLeftovers(parent);
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    std::string const path = parent + "/" + kNamePrefix + std::to_string(::getpid()) + "-" + RandomName();
+    if (::mkdir(path.c_str(), 0700) != 0) {
+      if (errno == EEXIST) continue;
+      Throw(errno, path, "cannot make a directory for scratch files; choose another one that is writable");
+    }
+    auto made = std::make_unique<ProcessDirectory>(path);
+    int const error = errno;
+    if (made->lock) {
+      directory = std::move(made);
+      return *directory;
+    }
+    ::rmdir(path.c_str());
+    if (error == EMFILE || error == ENFILE) Throw(error, path, "cannot lock a directory for scratch files; close files");
+    // Another process took it for a leftover before it was locked: once more.
+  }
+  Throw(EBUSY, parent, "cannot lock a directory for scratch files; choose a local file system");
+}
+
+}  // namespace
+
+TemporaryDirectory::TemporaryDirectory(std::string directory) : m_directory(std::move(directory)) {
+  if (!m_directory.empty()) return;
+  char const* const from_environment = std::getenv("TMPDIR");
+  m_directory = from_environment != nullptr && *from_environment != '\0' ? from_environment : "/var/tmp";
+}
+
+std::string TemporaryDirectory::GetTemporaryFilePath() const {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    std::string const path = GetProcessDirectory(m_directory).path + "/" + RandomName();
+    int const descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor >= 0) {
+      ::close(descriptor);
+      return path;
+    }
+    int const error = errno;
+    if (error == ENOENT) {
+      ProcessDirectories().erase(m_directory);  // somebody removed it; a new one is made
+    } else if (error != EEXIST) {
+      OnFileRemoved(path);
+      Throw(error, path, "cannot create a scratch file; free space or descriptors, or choose another directory");
+    }
+  }
+  Throw(ENOENT, m_directory, "scratch files vanish as they are made; choose another directory");
+}
+
+void TemporaryDirectory::RemoveAllFromSignalHandler() noexcept {
+  struct Entry {  // as the system writes it
+    std::uint64_t inode;
+    std::int64_t offset;
+    std::uint16_t size;
+    unsigned char type;
+    char name[1];
+  };
+  for (auto const& entry : g_paths_for_signal) {
+    char const* const path = entry.load();
+    if (path == nullptr) continue;
+    int const directory = ::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (directory < 0) continue;
+    alignas(Entry) char buffer[4096];
+    for (long size; (size = ::syscall(SYS_getdents64, directory, buffer, sizeof buffer)) > 0;) {
+      for (long at = 0; at < size;) {
+        auto const* const file = reinterpret_cast<Entry const*>(buffer + at);
+        ::unlinkat(directory, file->name, 0);
+        at += file->size;
+      }
+    }
+    ::close(directory);
+    ::rmdir(path);
+  }
+}
+
+void TemporaryDirectory::OnFileRemoved(std::string const& path) noexcept {
+  auto& directories = ProcessDirectories();
+  for (auto directory = directories.begin(); directory != directories.end(); ++directory) {
+    if (directory->second == nullptr || path.rfind(directory->second->path + "/", 0) != 0) continue;
+    if (::rmdir(directory->second->path.c_str()) == 0 || errno == ENOENT) directories.erase(directory);
+    return;
+  }
+}
+
+}  // namespace VelSDK::FileIO::FileSystem
