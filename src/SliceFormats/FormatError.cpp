@@ -1,0 +1,7 @@
+#include <SliceFormats/FormatError.h>
+
+namespace SliceFormats {
+
+FormatError::~FormatError() = default;
+
+}  // namespace SliceFormats

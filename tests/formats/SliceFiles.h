@@ -1,0 +1,175 @@
+#pragma once
+
+#include <SliceFormats/cli/CliSource.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <vector>
+
+// What the tests of the formats share: files, and slices as text that can be compared and read.
+
+/// A directory that goes with its content.
+class ScratchDirectory {
+ public:
+  ScratchDirectory() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "slice_formats_XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) std::abort();
+    m_path = pattern;
+  }
+  ~ScratchDirectory() { std::filesystem::remove_all(m_path); }
+  ScratchDirectory(ScratchDirectory const&) = delete;
+  ScratchDirectory& operator=(ScratchDirectory const&) = delete;
+
+  std::string operator/(std::string const& name) const { return m_path + "/" + name; }
+  std::vector<std::string> List() const {
+    std::vector<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator(m_path)) names.push_back(entry.path().filename());
+    return names;
+  }
+
+ private:
+  std::string m_path;
+};
+
+inline std::string ReadBytes(std::string const& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// Bytes as a file that is only in memory.
+class MemoryFile {
+ public:
+  explicit MemoryFile(std::string const& bytes) : m_descriptor(memfd_create("slices", 0)) {
+    if (::write(m_descriptor, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) std::abort();
+  }
+  ~MemoryFile() { ::close(m_descriptor); }
+  MemoryFile(MemoryFile const&) = delete;
+  MemoryFile& operator=(MemoryFile const&) = delete;
+
+  std::string GetPath() const { return "/proc/self/fd/" + std::to_string(m_descriptor); }
+
+ private:
+  int m_descriptor;
+};
+
+inline std::string DescribeRecord(M2DSliceVectorTypeInfo const& record) {
+  std::ostringstream text;
+  text << record.GetTypeName();
+  for (auto const& [key, value] : record.GetIndices()) text << ' ' << key->name << '=' << value;
+  for (auto const& [key, value] : record.GetFlags()) text << ' ' << key->name << '=' << value;
+  for (auto const& [name, value] : record.GetNumbers()) text << ' ' << *name << '=' << value;
+  return text.str();
+}
+
+/// Everything that a CLI file can hold of a slice, an element a line.
+inline std::string Describe(M2DSlice const& slice) {
+  std::ostringstream text;
+  text << "z " << slice.GetZArea().GetZ() << '\n';
+  for (M2DSliceContour const& contour : slice.GetBorder()) {
+    text << (!contour.GetIsClosed() ? "open" : contour.GetIsOuter() ? "outer" : "hole");
+    text << (!contour.GetIsClosed() && contour.GetIsOuter() ? " flagged outer" : "");
+    text << " [" << DescribeRecord(contour.GetVectorTypeInfo()) << ']';
+    for (M2DSliceContourPoint const& point : contour.GetPoints()) text << ' ' << point.x << ',' << point.y;
+    text << '\n';
+  }
+  for (M2DSliceVectorBlock const& block : slice.GetVectors()) {
+    text << "vectors [" << DescribeRecord(block.GetVectorTypeInfo()) << ']';
+    for (M2DSliceVector const& v : block) text << ' ' << v.x1 << ',' << v.y1 << '-' << v.x2 << ',' << v.y2;
+    text << '\n';
+  }
+  return text.str();
+}
+
+inline std::string Describe(ISource2DSlices const& source) {
+  std::string text;
+  unsigned long const num_slices = source.StartGettingSlices();
+  for (unsigned long i = 0; i < num_slices; ++i) text += Describe(*source.GetSlice(i));
+  source.StopGettingSlices();
+  return text;
+}
+
+inline std::string DescribeCli(std::string const& bytes, SliceFormats::FormatReport* report = nullptr) {
+  MemoryFile const file(bytes);
+  return Describe(SliceFormats::CliSource(file.GetPath(), report));
+}
+
+/// Composes the binary form.
+class BinaryCli {
+ public:
+  /// Bytes that a writer leaves out or fills in; see `Fill`.
+  enum class Layout { Packed, FillBehindCommands, FillBeforeLongValues, FillBehindShortValues };
+
+  BinaryCli(Layout layout, std::string const& further_lines = "") : m_layout(layout) {
+    m_bytes = "$$HEADERSTART\n$$BINARY\n$$UNITS/0.01\n" + further_lines +
+              (layout == Layout::Packed ? "" : "$$ALIGN\n") + "$$HEADEREND";
+    m_begin = m_bytes.size();
+  }
+
+  BinaryCli& Long(std::uint16_t command, std::vector<std::int32_t> const& head, std::vector<float> const& coordinates) {
+    _Put(command);
+    if (m_layout != Layout::Packed) _Put(std::uint16_t{0});
+    for (std::int32_t const value : head) _Put(value);
+    for (float const value : coordinates) _Put(value);
+    return *this;
+  }
+
+  BinaryCli& Short(std::uint16_t command, std::vector<int> const& values) {
+    _Put(command);
+    if (m_layout == Layout::FillBehindCommands || m_layout == Layout::FillBehindShortValues) _Put(std::uint16_t{0});
+    for (int const value : values) {
+      _Put(static_cast<std::uint16_t>(value));
+      if (m_layout == Layout::FillBehindShortValues) _Put(std::uint16_t{0});
+    }
+    while (m_layout != Layout::Packed && (m_bytes.size() - m_begin) % 4 != 0) m_bytes += '\0';
+    return *this;
+  }
+
+  std::string const& Get() const { return m_bytes; }
+
+ private:
+  template <class Value>
+  void _Put(Value value) {
+    m_bytes.append(reinterpret_cast<char const*>(&value), sizeof value);
+  }
+
+  Layout m_layout;
+  std::string m_bytes;
+  std::size_t m_begin = 0;
+};
+
+/// A small binary file with every command and a small ASCII file with everything that is allowed in one.
+inline std::string MakeSmallBinaryCli(BinaryCli::Layout layout = BinaryCli::Layout::Packed) {
+  return BinaryCli(layout, "$$LAYERS/2\n$$POWER/200\n")
+      .Long(127, {}, {2.5f})
+      .Long(130, {7, 1, 4}, {0, 0, 100, 0, 100, 50.25f, 0, 0})
+      .Long(132, {7, 2}, {1, 2, 3, 4, 5, 6, 7, 8})
+      .Short(128, {5})
+      .Short(129, {3, 0, 3, 10, 10, 20, 10, 20, 60000})
+      .Short(129, {3, 2, 2, 1, 2, 3, 4})
+      .Short(131, {4, 1, 9, 8, 7, 6})
+      .Get();
+}
+
+inline std::string MakeSmallAsciiCli() {
+  return "$$HEADERSTART\r\n// made by hand //\r\n$$ASCII\r\n$$UNITS/00000000.001000\r\n$$VERSION/200\r\n"
+         "$$LABEL/1,first part\r\n$$USERDATA/me,6,a\r\nb,c\r\n$$SPEED/1e3\r\n"
+         "$$DIMENSION/0,0,0,1,1,1\r\n$$LAYERS/000003\r\n$$HEADEREND\r\n"
+         "$$GEOMETRYSTART\r\n"
+         "$$LAYER/1.0 // the first //\r\n"
+         "$$POWER/150.5\r\n"
+         "$$POLYLINE/1, 1, 4,\r\n 0.0,0.0, 10.05,-.5,\r\n+7,1.E1, 0,0\r\n"
+         "$$hatches/2,2,1,2,3,4,5,6,7,8\r\n"
+         "$$LAYER/2\r\n"
+         "$$POLYLINE/1,2,2,1,2,3,4$$POWER/99\r\n"
+         "$$POLYLINE/1,0,1,5,5\r\n"
+         "$$LAYER/3\r\n$$POLYLINE/1,1,0\r\n"
+         "$$GEOMETRYEND\r\n";
+}

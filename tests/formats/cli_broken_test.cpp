@@ -1,0 +1,138 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <utility>
+
+#include "SliceFiles.h"
+
+namespace {
+
+using SliceFormats::CliSource;
+using SliceFormats::FormatError;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string Ascii(std::string const& geometry) {
+  return "$$HEADERSTART\n$$ASCII\n$$UNITS/1\n$$HEADEREND\n$$GEOMETRYSTART\n" + geometry + "$$GEOMETRYEND\n";
+}
+
+std::string Layer(std::string const& command) {
+  return Ascii("$$LAYER/1\n" + command + "\n");
+}
+
+BinaryCli Binary() {
+  return BinaryCli(BinaryCli::Layout::Packed);
+}
+
+/// Reads all there is, by all getters. What is wrong with the bytes, or an empty text; anything but a format error
+/// passes through and fails the test.
+std::string FindFault(std::string const& bytes) {
+  MemoryFile const file(bytes);
+  try {
+    CliSource const source(file.GetPath());
+    Describe(source);
+    source.GetXYArea();
+    source.GetSliceThickness();
+    return "";
+  } catch (FormatError const& error) {
+    return error.what();
+  }
+}
+
+TEST(BrokenCli, IsToldInOneLineWithPlaceAndAdvice) {
+  std::vector<std::pair<std::string, char const*>> const cases = {
+      {"", "no $$HEADEREND"},
+      {"PK\3\4 something else", "no $$HEADEREND"},
+      {"$$ASCII\n$$UNITS/1\n$$HEADEREND", "no $$HEADERSTART"},
+      {"$$HEADERSTART\n$$UNITS/1\n$$HEADEREND\n", "neither $$ASCII nor $$BINARY"},
+      {"$$HEADERSTART\n$$ASCII\n$$BINARY\n$$UNITS/1\n$$HEADEREND\n", "line 3: both $$ASCII and $$BINARY"},
+      {"$$HEADERSTART\n$$ASCII\n$$HEADEREND\n", "no $$UNITS"},
+      {"$$HEADERSTART\n$$ASCII\n$$UNITS/0\n$$HEADEREND\n", "line 3: $$UNITS is no positive number"},
+      {"$$HEADERSTART\n$$ASCII\n$$UNITS/-1\n$$HEADEREND\n", "$$UNITS is no positive number"},
+      {"$$HEADERSTART\n$$ASCII\n$$UNITS/1e308\n$$HEADEREND\n", "$$UNITS is no positive number"},
+      {"$$HEADERSTART\n$$ASCII\n$$UNITS/nan\n$$HEADEREND\n", "no number after $$UNITS"},
+      {Ascii("$$POLYLINE/1,1,0\n"), "line 6: geometry before the first layer"},
+      {Ascii("$$LAYER/\n"), "line 6: a number is expected"},
+      {Ascii("$$LAYER/inf\n"), "a number is expected"},
+      {Ascii("$$LAYER/" + std::string(200, '0') + "1\n"), "a number is expected"},
+      {Ascii("$$LAYER/1e300\n"), "height of a layer out of range"},
+      {Ascii("$$LAYER/427812.4286\n"), "height of a layer out of range"},  // stands for "no height" in a Z area
+      {Layer("$$POLYLINE/1,1,2,0.00,0.00,5"), "line 8: the layer ends in the middle of a command"},
+      {Layer("$$POLYLINE/1,1,1,0,0,5"), "line 7: a command is expected"},
+      {Layer("$$POLYLINE/1,1,2,0,0,1 2 3"), "a command is expected"},
+      {Layer("$$POLYLINE/1,1,1,1.2.3,4"), "line 7: a comma is expected"},
+      {Layer("$$POLYLINE/1,3,1,0,0"), "direction of a polyline"},
+      {Layer("$$POLYLINE/1.5,1,1,0,0"), "a whole number is expected"},
+      {Layer("$$POLYLINE/1,1,-1"), "the layer cannot hold"},
+      {Layer("$$POLYLINE/1,1,2147483648,0,0"), "the layer cannot hold"},
+      {Layer("$$HATCHES/1,2147483647,0,0,1,1"), "the layer cannot hold"},
+      {Layer("$$HATCHES/1,1e15,0,0,1,1"), "the layer cannot hold"},
+      {Layer("$$POLYLINE/1,1,1,nan,0"), "a number is expected"},
+      {Layer("$$POLYLINE/1,1,1,0,1e13"), "coordinate out of range"},
+      {Layer("$$POLYLINE/1,1,1,0,1e999"), "a number is expected"},
+      {Layer("garbage"), "a command is expected"},
+      {Binary().Short(129, {1, 1, 0}).Get(), "byte 47: geometry before the first layer"},
+      {Binary().Short(128, {1}).Short(133, {1}).Get(), "byte 51: unknown command"},
+      {Binary().Short(128, {1}).Short(129, {1, 3, 0}).Get(), "direction of a polyline"},
+      {Binary().Short(128, {1}).Long(130, {1, 1, 2147483647}, {1, 2}).Get(), "byte 51: the file ends in the middle"},
+      {Binary().Short(128, {1}).Long(132, {1, 2147483647}, {1, 2}).Get(), "the file ends in the middle"},
+      {Binary().Short(128, {1}).Long(130, {1, 1, -1}, {}).Get(), "negative number of points"},
+      {Binary().Long(127, {}, {NAN}).Get(), "height of a layer out of range"},
+      {Binary().Short(128, {1}).Long(130, {1, 1, 1}, {0, NAN}).Get(), "byte 69: coordinate out of range"},
+      {Binary().Short(128, {1}).Long(132, {1, 1}, {0, 0, 0, -INFINITY}).Get(), "coordinate out of range"},
+      {BinaryCli(BinaryCli::Layout::FillBehindCommands).Short(128, {1}).Get() + "abcdef", "unknown command"},
+  };
+  for (auto const& [bytes, what] : cases) {
+    EXPECT_THAT(FindFault(bytes), AllOf(HasSubstr(what), HasSubstr("; "), Not(HasSubstr("\n")))) << bytes;
+  }
+}
+
+TEST(BrokenCli, NamesTheFileThatCannotBeRead) {
+  EXPECT_THROW(CliSource("/no/such/file.cli"), FormatError);
+  EXPECT_THROW(CliSource("/"), FormatError);
+  EXPECT_THROW(CliSource("/dev/zero"), FormatError);
+}
+
+class BrokenSmallFiles : public testing::TestWithParam<std::string> {};
+
+TEST_P(BrokenSmallFiles, EveryPrefixIsRefusedOrRead) {
+  unsigned refused = 0;
+  for (std::size_t size = 0; size < GetParam().size(); ++size)
+    refused += !FindFault(GetParam().substr(0, size)).empty();
+  EXPECT_GT(refused, GetParam().size() / 2);
+}
+
+TEST_P(BrokenSmallFiles, FlippedBytesAreRefusedOrRead) {
+  for (std::size_t i = 0; i < GetParam().size(); ++i) {
+    for (unsigned const flip : {0x01u, 0x04u, 0x10u, 0x80u, 0xFFu}) {
+      std::string bytes = GetParam();
+      bytes[i] = static_cast<char>(static_cast<unsigned char>(bytes[i]) ^ flip);
+      FindFault(bytes);
+    }
+  }
+  constexpr unsigned kSeed = 20240611;
+  std::mt19937 random(kSeed);
+  for (int round = 0; round < 3000; ++round) {
+    std::string bytes = GetParam();
+    for (int change = 0; change < 4; ++change) bytes[random() % bytes.size()] = static_cast<char>(random());
+    if (round % 3 == 0) bytes.erase(random() % bytes.size(), random() % 8);
+    FindFault(bytes);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BrokenSmallFiles,
+                         testing::Values(MakeSmallAsciiCli(), MakeSmallBinaryCli(),
+                                         MakeSmallBinaryCli(BinaryCli::Layout::FillBehindShortValues)));
+
+TEST(BrokenCli, LeavesTheCallersSliceAsItIs) {
+  MemoryFile const file(Ascii("$$LAYER/1\n$$POLYLINE/1,1,1,2,3\n$$LAYER/2\n$$POLYLINE/1,1,1,4,5\n$$POLYLINE/1\n"));
+  CliSource const source(file.GetPath());
+  M2DSlice slice;
+  source.GetSlice(slice, 0);
+  std::string const before = Describe(slice);
+  EXPECT_THROW(source.GetSlice(slice, 1), FormatError);
+  EXPECT_EQ(Describe(slice), before);
+}
+
+}  // namespace
