@@ -1,0 +1,14 @@
+#pragma once
+
+namespace Tool {
+
+class Command;
+
+// Each adds one command to the program, in a file of its own.
+void AddInfoCommand(Command& program);
+void AddConvertCommand(Command& program);
+void AddRenderCommand(Command& program);
+void AddTransformCommand(Command& program);
+void AddGenerateCommand(Command& program);
+
+}  // namespace Tool

@@ -1,0 +1,96 @@
+#include "Formats.h"
+
+#include <SliceFormats/cli/CliSource.h>
+#include <SliceFormats/cli/CliTarget.h>
+#include <SliceFormats/svg/SvgTarget.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+#include "Text.h"
+#include "Trouble.h"
+
+namespace Tool {
+
+namespace {
+
+using SliceFormats::CliForm;
+using SliceFormats::FormatReport;
+
+std::unique_ptr<ISource2DSlices const> OpenCliSource(std::string const& path, FormatReport* report) {
+  return std::make_unique<SliceFormats::CliSource>(path, report);
+}
+
+template <CliForm form>
+std::unique_ptr<ITarget2DSlices> OpenCliTarget(std::string const& path, Origin const&, FormatReport* report) {
+  return std::make_unique<SliceFormats::CliTarget>(path, form, report);
+}
+
+std::unique_ptr<ITarget2DSlices> OpenCliTargetLikeOrigin(std::string const& path, Origin const& origin,
+                                                         FormatReport* report) {
+  auto const* const cli = dynamic_cast<SliceFormats::CliSource const*>(&origin.source);
+  return std::make_unique<SliceFormats::CliTarget>(path, cli != nullptr ? cli->GetForm() : CliForm::Binary, report);
+}
+
+std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin const& origin, FormatReport* report) {
+  SliceFormats::SvgOptions options;
+  options.title = origin.title;
+  options.first_layer = origin.first_layer;
+  return std::make_unique<SliceFormats::SvgTarget>(path, options, report);
+}
+
+constexpr Format kFormats[] = {
+    {"cli", ".cli", OpenCliSource, OpenCliTargetLikeOrigin, false},
+    {"cli-ascii", ".cli", nullptr, OpenCliTarget<CliForm::Ascii>, false},
+    {"cli-binary", ".cli", nullptr, OpenCliTarget<CliForm::Binary>, false},
+    {"svg", ".svg", nullptr, OpenSvgTarget, true},
+};
+
+bool IsRead(Format const& format) {
+  return format.open_source != nullptr;
+}
+bool IsWritten(Format const& format) {
+  return format.open_target != nullptr;
+}
+
+std::vector<std::string> GetNames(bool (*is_suitable)(Format const&)) {
+  std::vector<std::string> names;
+  for (Format const& format : kFormats) {
+    if (is_suitable(format)) names.emplace_back(format.name);
+  }
+  return names;
+}
+
+Format const& FindFormat(std::string const& path, std::string const& name, bool (*is_suitable)(Format const&),
+                         std::string const& option, std::string const& done) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  for (Format const& format : kFormats) {
+    if (is_suitable(format) && (name.empty() ? extension == format.extension : name == format.name)) return format;
+  }
+  std::string const formats = Join(GetNames(is_suitable), ", ");
+  if (!name.empty()) throw Trouble(option, "no format '" + name + "' can be " + done, "give one of " + formats);
+  throw Trouble(path, "its name does not tell a format that can be " + done,
+                "give " + option + " if it is one of these: " + formats);
+}
+
+}  // namespace
+
+Format const& FindReadFormat(std::string const& path, std::string const& name) {
+  return FindFormat(path, name, IsRead, "--from", "read");
+}
+
+Format const& FindWriteFormat(std::string const& path, std::string const& name) {
+  return FindFormat(path, name, IsWritten, "--to", "written");
+}
+
+std::vector<std::string> GetReadFormatNames() {
+  return GetNames(IsRead);
+}
+std::vector<std::string> GetWriteFormatNames() {
+  return GetNames(IsWritten);
+}
+
+}  // namespace Tool

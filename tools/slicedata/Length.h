@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tool {
+
+/// A finite decimal number. Throws `Trouble` for anything else.
+double ParseNumber(std::string_view text);
+
+/// A length in mm ("0.03", "0.03mm") or µm ("30um", "30µm") as internal units (0.1 µm), rounded to nearest. Throws
+/// `Trouble` for anything else, and for lengths beyond 214 m, which 32 bits do not hold.
+long ParseLength(std::string_view text);
+
+/// A length in internal units as exact mm without trailing zeros: 199200 gives "19.92".
+std::string FormatLength(long length);
+
+/// A number in as few digits as give it back when read.
+std::string FormatNumber(double number);
+
+}  // namespace Tool

@@ -1,0 +1,103 @@
+#include "Options.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "Formats.h"
+#include "Text.h"
+#include "Trouble.h"
+
+namespace Tool {
+
+namespace {
+
+constexpr std::pair<char const*, ProgressMode> kProgressModes[] = {
+    {"auto", ProgressMode::Auto}, {"lines", ProgressMode::Lines}, {"none", ProgressMode::None}};
+
+constexpr std::pair<char const*, e2DSliceStackCachingType> kPagingTypes[] = {
+    {"none", e2DSliceStackCachingType::NoTempFiles},
+    {"multiple", e2DSliceStackCachingType::MultipleTempFiles},
+    {"single", e2DSliceStackCachingType::SingleTempFile},
+    {"zrange", e2DSliceStackCachingType::ZRange}};
+
+/// The value behind one of a few words.
+template <class Words>
+auto ParseWord(Words const& words, std::string const& text, std::string const& what, std::string const& advice) {
+  auto const word = std::find_if(std::begin(words), std::end(words),
+                                 [&](auto const& candidate) { return text == candidate.first; });
+  if (word == std::end(words)) throw Trouble("", "'" + text + "' is no way to " + what, advice);
+  return word->second;
+}
+
+}  // namespace
+
+Command::Taker Into(std::string& target) {
+  return [&target](std::string const& value) {
+    if (value.empty()) throw Trouble("", "it is empty", "give a name");
+    target = value;
+  };
+}
+
+void TalkOptions::AddTo(Command& command) {
+  command.BeginGroup("Options");
+  command.AddOption(
+      "--progress", "HOW",
+      "on standard error: auto (a line that changes, if that is a terminal; the default), lines (ten lines, for "
+      "logs) or none",
+      [this](std::string const& value) {
+        progress = ParseWord(kProgressModes, value, "show progress", "give auto, lines or none");
+      });
+  command.AddFlag("-q,--quiet", "say nothing but trouble", [this] { quiet = true; });
+  command.AddFlag("-v,--verbose", "say what is done", [this] { verbose = true; });
+}
+
+void InputOptions::AddTo(Command& command, std::string const& value_name) {
+  command.AddArgument(value_name, "the slice file to read", Into(path));
+  command.BeginGroup("Input");
+  command.AddOption("--from", "FORMAT",
+                    "what the input is, if its name does not tell: " + Join(GetReadFormatNames(), ", ") +
+                        " (ASCII or binary, as the file itself says)",
+                    Into(from));
+  command.AddOption(
+      "--paging", "HOW",
+      "work over a stack of all layers instead of one layer at a time: none keeps it in memory, multiple, single and "
+      "zrange page it to scratch files, each by its own rule",
+      [this](std::string const& value) {
+        paging = ParseWord(kPagingTypes, value, "page", "give none, multiple, single or zrange");
+      });
+  command.AddOption("--scratch-dir", "DIR", "where scratch files go; without it to $TMPDIR, or else to /var/tmp",
+                    Into(scratch_dir));
+}
+
+void InputOptions::AddSelectionTo(Command& command) {
+  command.AddOption(
+      "--layers", "LIST",
+      "only these layers, counted from 0, such as 0:99,last; a range holds both its ends, and 5: goes on to "
+      "the last",
+      [this](std::string const& value) { selection.AddLayers(value); }, Occurs::AnyNumber);
+  command.AddOption(
+      "--z", "LIST", "only the layers at these heights, such as 1:2.5; a single height is the layer nearest to it",
+      [this](std::string const& value) { selection.AddHeights(value); }, Occurs::AnyNumber);
+}
+
+void OutputOptions::AddTo(Command& command) {
+  _AddTo(command, Join(GetWriteFormatNames(), ", ") +
+                      "; cli, also by the name .cli, keeps the form of a CLI input and is binary otherwise");
+  command.AddFlag("--strict", "refuse to write a file that does not keep everything", [this] { strict = true; });
+}
+
+void OutputOptions::AddPictureTo(Command& command) {
+  shows_only = true;
+  _AddTo(command, "svg");
+}
+
+void OutputOptions::_AddTo(Command& command, std::string const& formats) {
+  command.BeginGroup("Output");
+  command.AddOption("-o,--output", "OUT", "the file to write; it appears under its name only when it is whole",
+                    Into(path), Occurs::Once);
+  command.AddOption("--to", "FORMAT", "what to write, if the name does not tell: " + formats, Into(to));
+  command.AddFlag("--force", "replace a file that is there", [this] { force = true; });
+}
+
+}  // namespace Tool

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <SliceData/slice_stack/e2DSliceStackCachingType.h>
+
+#include <optional>
+#include <string>
+
+#include "CommandLine.h"
+#include "LayerSelection.h"
+#include "Progress.h"
+
+// The options that commands share. Each record adds itself to a command, which then fills it; it outlives the command's
+// run.
+
+namespace Tool {
+
+/// How much a command says while it works.
+struct TalkOptions {
+  ProgressMode progress = ProgressMode::Auto;
+  bool quiet = false;    ///< nothing but trouble
+  bool verbose = false;  ///< also what is done
+
+  void AddTo(Command& command);
+};
+
+/// A file that is read.
+struct InputOptions {
+  std::string path;
+  std::string from;  ///< name of a format, or empty
+  LayerSelection selection;
+  std::optional<e2DSliceStackCachingType> paging;  ///< the kind of stack to work over; none: slice by slice
+  std::string scratch_dir;                         ///< where such a stack pages to, or empty
+
+  void AddTo(Command& command, std::string const& value_name);
+  void AddSelectionTo(Command& command);
+};
+
+/// A file that is written.
+struct OutputOptions {
+  std::string path;
+  std::string to;           ///< name of a format, or empty
+  bool force = false;       ///< an existing file may be replaced
+  bool strict = false;      ///< nothing may be lost on the way
+  bool shows_only = false;  ///< the file is for looking at: what it cannot keep is no matter
+
+  void AddTo(Command& command);
+  /// For a command that makes pictures.
+  void AddPictureTo(Command& command);
+
+ private:
+  void _AddTo(Command& command, std::string const& formats);
+};
+
+/// What takes a value into a string, unless it is empty.
+Command::Taker Into(std::string& target);
+
+}  // namespace Tool

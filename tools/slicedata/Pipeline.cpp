@@ -1,0 +1,170 @@
+#include "Pipeline.h"
+
+#include <SliceData/disk_cache/DiskCacheLocation.h>
+#include <SliceData/slice_model/M2DSlice.h>
+#include <SliceData/slice_stack/M2DSliceStackUtilities.h>
+
+#include <filesystem>
+#include <utility>
+
+#include "Console.h"
+#include "Progress.h"
+#include "SelectedSource.h"
+#include "Text.h"
+#include "Trouble.h"
+
+namespace Tool {
+
+namespace {
+
+/// A source between its start and its stop.
+class Run {
+ public:
+  explicit Run(ISource2DSlices const& source) : m_source(source), m_num_slices(source.StartGettingSlices()) {}
+  ~Run() { m_source.StopGettingSlices(); }
+  Run(Run const&) = delete;
+  Run& operator=(Run const&) = delete;
+
+  unsigned long GetNumSlices() const { return m_num_slices; }
+
+ private:
+  ISource2DSlices const& m_source;
+  unsigned long m_num_slices;
+};
+
+std::unique_ptr<ISource2DSlices const> OpenFile(InputOptions const& options, SliceFormats::FormatReport* report) {
+  // What cannot be looked at is left to the format, which says why.
+  std::error_code ignored;
+  auto const type = std::filesystem::status(options.path, ignored).type();
+  if (type == std::filesystem::file_type::not_found) {
+    throw Trouble(options.path, "there is no such file", "check the name");
+  }
+  if (type == std::filesystem::file_type::directory) {
+    throw Trouble(options.path, "it is a directory", "name a slice file");
+  }
+  return FindReadFormat(options.path, options.from).open_source(options.path, report);
+}
+
+/// A stack of all slices of a source.
+std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOptions const& options) {
+  if (!options.scratch_dir.empty()) {
+    if (!std::filesystem::is_directory(options.scratch_dir)) {
+      throw Trouble(options.scratch_dir, "it is no directory", "name one for --scratch-dir that is there");
+    }
+    M2DSliceUtilities::SetDiskCacheLocation(options.scratch_dir);
+  }
+  auto stack = std::make_unique<M2DSliceStack>(*options.paging);
+  Run const run(source);
+  M2DSliceStackUtilities::ConvertSourceToSliceStack(source, *stack);
+  if (source.GetSliceThickness() > 0) stack->SetSliceThickness(source.GetSliceThickness());
+  return stack;
+}
+
+/// Under `--strict`, what is lost is the end.
+void RefuseLosses(Input const& input, SliceFormats::FormatReport const& report, OutputOptions const& options) {
+  for (auto const& [name, losses] :
+       {std::pair(&input.GetName(), &input.GetReport()), std::pair(&options.path, &report)}) {
+    if (!losses->IsEmpty()) throw Trouble(*name, Join(losses->GetNotes(), ", "), "give no --strict to write the rest");
+  }
+}
+
+}  // namespace
+
+Input::Input(InputOptions const& options)
+    : m_name(options.path),
+      m_title(std::filesystem::path(options.path).filename().string()),
+      m_file(OpenFile(options, &m_report)) {
+  if (!options.selection.IsEverything()) {
+    auto const indices = options.selection.Select(*m_file, m_name);
+    // Layers with gaps between them are numbered anew.
+    if (indices.back() - indices.front() + 1 == indices.size()) m_first_layer = indices.front();
+    m_selected = std::make_unique<SelectedSource>(*m_file, indices);
+  }
+  if (options.paging) {
+    m_stack = FillStack(GetSource(), options);
+  } else if (!options.scratch_dir.empty()) {
+    throw Trouble("--scratch-dir", "nothing is paged", "give --paging as well, or leave it out");
+  }
+}
+
+Input::Input(std::string name, std::unique_ptr<ISource2DSlices const> source)
+    : m_name(std::move(name)), m_title(m_name), m_file(std::move(source)) {}
+
+ISource2DSlices const& Input::GetSource() const {
+  if (m_stack != nullptr) return *m_stack;
+  return m_selected != nullptr ? *m_selected : *m_file;
+}
+
+Origin Input::GetOrigin() const {
+  return {*m_file, m_title, m_first_layer};
+}
+
+void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor const& visit) {
+  ISource2DSlices const& source = input.GetSource();
+  Run const run(source);
+  if (talk.verbose && !talk.quiet)
+    TellNote(input.GetName() + ": " + Count(run.GetNumSlices(), "layer") + " to go through");
+  Progress progress(talk.quiet ? ProgressMode::None : talk.progress, input.GetName(), run.GetNumSlices());
+  for (unsigned long i = 0; i < run.GetNumSlices(); ++i) {
+    if (M2DSliceStack* const stack = input.GetStack()) {
+      visit(*stack->GetSlice(i));
+    } else {
+      M2DSlice slice;
+      source.GetSlice(slice, i);
+      visit(slice);
+    }
+    progress.SetDone(i + 1);
+  }
+}
+
+void TellSkipped(Input const& input, TalkOptions const& talk) {
+  if (talk.quiet) return;
+  for (std::string const& note : input.GetReport().GetNotes()) TellNote(input.GetName() + ": " + note);
+}
+
+Format const& CheckOutput(OutputOptions const& options) {
+  Format const& format = FindWriteFormat(options.path, options.to);
+  std::error_code ignored;
+  auto const status = std::filesystem::status(options.path, ignored);
+  if (std::filesystem::exists(status)) {
+    if (!std::filesystem::is_regular_file(status)) {
+      throw Trouble(options.path, "it is no regular file", "name a file to be written");
+    }
+    if (!options.force)
+      throw Trouble(options.path, "it is there already", "name another file, or give --force to replace it");
+  }
+  return format;
+}
+
+void WriteSlices(Input const& input, Format const& format, OutputOptions const& options, TalkOptions const& talk,
+                 SliceVisitor const& change) {
+  ISource2DSlices const& source = input.GetSource();
+  SliceFormats::FormatReport report;
+  auto const target = format.open_target(options.path, input.GetOrigin(), &report);
+  target->GetProperties() = source.GetProperties();
+  target->GetSliceParameters() = source.GetSliceParameters();
+  target->GetSliceIOParameters() = source.GetSliceIOParameters();
+
+  auto const refuse_if_false = [&](bool accepted) {
+    if (!accepted) throw Trouble(options.path, "the format does not take these slices", "choose another one by --to");
+  };
+  refuse_if_false(target->StartAddingSlices());
+  ForEachSlice(input, talk, [&](M2DSlice& slice) {
+    if (change) change(slice);
+    target->AddSlice(slice, true);
+    if (options.strict) RefuseLosses(input, report, options);
+  });
+  if (options.strict) RefuseLosses(input, report, options);
+  refuse_if_false(target->StopAddingSlices());
+
+  TellSkipped(input, talk);
+  if (talk.quiet) return;
+  if (!options.shows_only) {
+    for (std::string const& note : report.GetNotes()) TellNote(options.path + ": " + note);
+  }
+  if (talk.verbose) {
+    TellNote(options.path + ": " + Count(source.GetNumSlices(), "layer") + " written as " + format.name);
+  }
+}
+
+}  // namespace Tool

@@ -1,0 +1,91 @@
+// The slicedata program: looks into slice files, converts, maps and draws them.
+
+#include <SliceData/platform/file_io/MPendingFile.h>
+#include <SliceData/platform/file_io/TemporaryDirectory.h>
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Console.h"
+
+namespace {
+
+constexpr int kExitTrouble = 2;
+
+extern "C" void EndOnSignal(int signal) {
+  MPendingFile::RemoveAllPendingFromSignalHandler();
+  VelSDK::FileIO::FileSystem::TemporaryDirectory::RemoveAllFromSignalHandler();
+  _exit(128 + signal);
+}
+
+void PrepareSignals() {
+  // A write that fails tells so itself: to a reader that has gone, or beyond the allowed file size.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+
+  struct sigaction action = {};
+  action.sa_handler = EndOnSignal;
+  sigfillset(&action.sa_mask);
+  for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction inherited = {};
+    sigaction(signal, nullptr, &inherited);
+    // Whoever started the program with a signal ignored, such as nohup, wants it so.
+    if (inherited.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
+}
+
+int Run(int argc, char const* const* argv) {
+  Tool::Command program("slicedata", "looks into slice files of additive manufacturing, converts, maps and draws them");
+  Tool::AddInfoCommand(program);
+  Tool::AddRenderCommand(program);
+  Tool::AddConvertCommand(program);
+  Tool::AddTransformCommand(program);
+  Tool::AddGenerateCommand(program);
+  program.AddHelp(
+      "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
+      "from "
+      "its name: .cli (Common Layer Interface), .svg (a picture, written only).");
+  program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 130 and 143 stopped by a signal.");
+  program.AddHelp("'slicedata COMMAND --help' tells all about a command.");
+  program.AddExample("slicedata generate lattice -o lattice.cli", "makes a sample to try things on");
+  program.AddExample("slicedata info lattice.cli", "tells what is in it");
+  program.AddExample("slicedata render lattice.cli --layer 100 -o layer.svg", "draws one of its layers");
+  return Tool::CommandLine(program, SLICEDATA_VERSION).Run(argc, argv);
+}
+
+/// What the user can do about an error of the system.
+char const* GetAdvice(std::error_code const& code) {
+  if (code == std::errc::no_space_on_device) return "free some space, or write to another disk";
+  if (code == std::errc::file_too_large) return "write to another disk, or raise the limit on file sizes (ulimit -f)";
+  if (code == std::errc::no_such_file_or_directory) return "check the name, and make the folder first";
+  if (code == std::errc::permission_denied || code == std::errc::operation_not_permitted ||
+      code == std::errc::read_only_file_system) {
+    return "get the right to it, or name another place";
+  }
+  return "see to the cause and try again";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Tool::PrepareConsole();
+  PrepareSignals();
+  try {
+    return Run(argc, argv);
+  } catch (std::bad_alloc const&) {
+    Tool::TellTrouble("not enough memory; close other programs, or take fewer layers at a time by --layers");
+  } catch (std::system_error const& error) {
+    std::string text = error.what();
+    if (text.find("; ") == std::string::npos) text += std::string("; ") + GetAdvice(error.code());
+    Tool::TellTrouble(text);
+  } catch (std::exception const& error) {
+    Tool::TellTrouble(error.what());
+  }
+  return kExitTrouble;
+}
