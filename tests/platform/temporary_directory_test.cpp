@@ -160,6 +160,16 @@ TEST(TemporaryDirectory, WithoutAPlaceTheEnvironmentTellsOne) {
   if (before != nullptr) ::setenv("TMPDIR", kept.c_str(), 1);
 }
 
+TEST(TemporaryDirectory, PathsHoldAfterAChangeOfTheWorkingDirectory) {
+  EmptyDirectory const place;
+  char before[4096];
+  ASSERT_NE(::getcwd(before, sizeof before), nullptr);
+  ASSERT_EQ(::chdir(place.GetPath().c_str()), 0);
+  std::string const file = TemporaryDirectory(".").GetTemporaryFilePath();
+  ASSERT_EQ(::chdir(before), 0);
+  Remove(file);
+}
+
 TEST(TemporaryDirectory, ADirectoryThatIsRemovedBehindOurBackIsMadeAnew) {
   EmptyDirectory const place;
   TemporaryDirectory const directory(place.GetPath());

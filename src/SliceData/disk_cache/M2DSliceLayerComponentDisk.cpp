@@ -23,8 +23,8 @@ using M2DSliceLayerElements::NumItems;
 
 /// Items are handed to the file in pieces of at most this many bytes, with one check of its buffer a piece.
 constexpr std::size_t kPieceBytes = 32768;
-/// How far ahead of the ring of a contour memory is asked for: its points mostly lie side by side.
-constexpr std::size_t kPrefetchBytes = 448;
+/// How far ahead memory is asked for: the items of an element mostly lie side by side.
+constexpr std::size_t kPrefetchBytes = 2048;
 
 std::string_view Tag(M2DSliceContourLayer const&) {
   return "Contours";
@@ -91,11 +91,10 @@ void ExtendByItem(M2DSliceXYArea& area, M2DSliceVector const& vector, Value4 con
   area.Extend(vector.x2, vector.y2);
 }
 
-void Prefetch(M2DSliceContourPoint const& point) {
-  __builtin_prefetch(reinterpret_cast<char const*>(&point) + kPrefetchBytes);
+template <class Item>
+void Prefetch(Item const& item) {
+  __builtin_prefetch(reinterpret_cast<char const*>(&item) + kPrefetchBytes);
 }
-void Prefetch(M2DSlicePoint const&) {}
-void Prefetch(M2DSliceVector const&) {}
 
 struct NoMapping {
   void operator()(Value2 const& stored, M2DSlicePoint& point) const { point = {stored.x, stored.y}; }
@@ -283,12 +282,13 @@ M2DSliceStackSlice* ToStackSlice(M2DSlice* slice) {
 }  // namespace
 
 template <class Traits>
-void M2DSliceLayerComponent<Traits>::_WriteRecordHead() {
-  MFile& file = m_temp_file->GetFile();
+void M2DSliceLayerComponent<Traits>::_WriteRecordHead(MFile& file) {
   std::string_view const tag = Tag(m_data);
-  file.WRITE(tag.data(), tag.size());
   std::int32_t const z = Narrow(m_slice != nullptr ? m_slice->GetZArea().GetZ() : 0);
-  file.WriteInt32(&z, 1);
+  char* const head = file.PrepareWrite(tag.size() + sizeof z);
+  std::memcpy(head, tag.data(), tag.size());
+  std::memcpy(head + tag.size(), &z, sizeof z);
+  file.CommitWrite(tag.size() + sizeof z);
 }
 
 /// Nothing of the head is needed; reading it finds out early that a file was cut.
@@ -302,11 +302,11 @@ void M2DSliceLayerComponent<Traits>::_ReadRecordHead() const {
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_WriteDataToDisk() {
-  _WriteRecordHead();
+  MFile& file = m_temp_file->GetFile();
+  _WriteRecordHead(file);
   m_info_on_disk.Reset();
   m_info_on_disk.m_elements.shrink_to_fit();
   m_info_on_disk.m_elements.reserve(m_data.GetCount());
-  MFile& file = m_temp_file->GetFile();
   for (Element const& element : m_data) {
     ElementOnDisk& record = m_info_on_disk.m_elements.emplace_back();
     record.m_file_position = file.TELL();
@@ -361,12 +361,14 @@ bool M2DSliceLayerComponent<Traits>::_DoubleCheckDiskValidity() const {
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file) {
-  m_file_position = file->InitForWriting();
+  // What can fail comes first: until the head is written, what was there stays.
+  long long const position = file->InitForWriting();
+  _WriteRecordHead(file->GetFile());
   m_temp_file = std::move(file);
+  m_file_position = position;
   m_data_valid = false;
   m_disk_state_valid = true;
   m_info_on_disk.Reset();
-  _WriteRecordHead();
 }
 
 template <class Traits>
@@ -376,27 +378,38 @@ unsigned long M2DSliceLayerComponent<Traits>::_PushElementToMemory() {
   return m_cached_data.m_elements.size() - 1;
 }
 
-/// While a record is being pushed the file stands at its end, unless it was closed meanwhile.
+/// Reads in between may have moved the position, or have let the file be closed.
 template <class Traits>
-unsigned long M2DSliceLayerComponent<Traits>::_PushElementToDisk() {
-  if (!m_temp_file->IsOpen() || m_temp_file->GetFile().TELL() != m_temp_file->GetFile().GetSize()) {
-    m_temp_file->InitForWriting();
-  }
-  auto& records = m_info_on_disk.m_elements;
-  // They stay in memory, so that they grow by a quarter and not by as much again.
-  if (records.size() == records.capacity()) records.reserve(records.size() + records.size() / 4 + 4);
-  records.emplace_back().m_file_position = m_temp_file->GetFile().TELL();
-  return records.size() - 1;
+MFile& M2DSliceLayerComponent<Traits>::_GetFileForPushing() {
+  if (!m_temp_file->IsOpen() || !m_temp_file->GetFile().IsWriting()) m_temp_file->InitForWriting();
+  return m_temp_file->GetFile();
 }
 
 template <class Traits>
+unsigned long M2DSliceLayerComponent<Traits>::_PushElementToDisk() {
+  auto& records = m_info_on_disk.m_elements;
+  // They stay in memory, so that they grow by a quarter and not by as much again.
+  if (records.size() == records.capacity()) records.reserve(records.size() + records.size() / 4 + 4);
+  long long const position = _GetFileForPushing().TELL();
+  records.emplace_back().m_file_position = position;
+  return records.size() - 1;
+}
+
+/// All values or none reach the file, and what is known of them follows, so that a push that failed can be repeated.
+template <class Traits>
 void M2DSliceLayerComponent<Traits>::_PushItemToDisk(std::initializer_list<long> values) {
-  assert(!m_info_on_disk.m_elements.empty());
-  if (!m_temp_file->IsOpen()) m_temp_file->InitForWriting();
-  MFile& file = m_temp_file->GetFile();
+  if (m_info_on_disk.m_elements.empty()) return;
+  MFile& file = _GetFileForPushing();
+  std::size_t const size = values.size() * sizeof(std::int32_t);
+  char* out = file.PrepareWrite(size);
+  for (long const value : values) {
+    std::int32_t const narrow = Narrow(value);
+    std::memcpy(out, &narrow, sizeof narrow);
+    out += sizeof narrow;
+  }
+  file.CommitWrite(size);
   ElementOnDisk& record = m_info_on_disk.m_elements.back();
   for (long const* value = values.begin(); value != values.end(); value += 2) record.xyArea.Extend(value[0], value[1]);
-  file.WRITE(values.begin(), values.size());
   ++NumItems(static_cast<BaseInfoElement&>(record));
 }
 
@@ -418,15 +431,21 @@ void M2DSliceLayerComponent<Traits>::_ReadItemFromDisk(unsigned long element, un
 }
 
 void M2DSliceComponentContours::GetContourPoint(unsigned long contour, unsigned long point, long& x, long& y) const {
-  if (Value2 next;
-      !m_data_valid && point != 0 && ReadBufferedValue(*m_temp_file, m_info_on_disk.m_transformation, next)) {
+  if (point != 0 && m_data_valid) {
+    m_last_point = m_last_point->next;
+    m_last_point_index = point;
+    x = m_last_point->x;
+    y = m_last_point->y;
+    return;
+  }
+  if (Value2 next; point != 0 && ReadBufferedValue(*m_temp_file, m_info_on_disk.m_transformation, next)) {
     x = next.x;
     y = next.y;
     return;
   }
   OutOfLine([=, &x, &y] {
     if (m_data_valid) {
-      m_last_point = point == 0 ? _GetElement(contour).GetFirstPoint() : m_last_point->next;
+      m_last_point = _GetElement(contour).GetFirstPoint();
       m_last_point_index = point;
       x = m_last_point->x;
       y = m_last_point->y;

@@ -103,10 +103,6 @@ unsigned long M2DSliceStackCachingStrategyMultipleTempFiles::_GetMaxAdvicedDataB
          std::min(m_kinds[M2DSlice::BorderRow::kIndex].cache_size, m_kinds[M2DSlice::VectorsRow::kIndex].cache_size);
 }
 
-void M2DSliceStackCachingStrategyMultipleTempFiles::_GetValidTempFile(boost::shared_ptr<M2DSliceTempFile>& file) const {
-  M2DSliceTempFile::_EnsureRoom(file, m_max_file_size, m_instance_number, m_num_temp_files);
-}
-
 template <class Row>
 void M2DSliceStackCachingStrategyMultipleTempFiles::_OnAccess(M2DSliceStackSlice* slice) {
   Row::Component(*slice).ValidateData();

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategyOwnFiles.h>
 #include <SliceData/platform/common/Export.h>
-#include <SliceData/slice_stack/I2DSliceStackCachingStrategy.h>
 #include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
 #include <array>
@@ -15,14 +15,12 @@ class M2DSliceTempFile;
 ///
 /// A list that grows beyond its limit is cut to half the limit at once. Locking holds that back. A slice that can be
 /// read from its initial source again is dropped as a whole, whichever list it leaves.
-class VELSDK_EXPORT M2DSliceStackCachingStrategyMultipleTempFiles final : public I2DSliceStackCachingStrategy {
+class VELSDK_EXPORT M2DSliceStackCachingStrategyMultipleTempFiles final : public M2DSliceStackCachingStrategyOwnFiles {
  public:
   static constexpr unsigned long kDefaultCacheSize = 10;
 
-  using I2DSliceStackCachingStrategy::I2DSliceStackCachingStrategy;
+  using M2DSliceStackCachingStrategyOwnFiles::M2DSliceStackCachingStrategyOwnFiles;
 
-  /// The limit of this strategy's temp files in bytes; the record that crosses it is still written whole.
-  void SetMaxFileSize(unsigned long size) { m_max_file_size = size; }
   /// How many slices of each kind may stay in memory. Heeded at the next access of that kind.
   void SetCacheSizes(unsigned long borders, unsigned long vectors, unsigned long points, unsigned long areas);
 
@@ -39,9 +37,6 @@ class VELSDK_EXPORT M2DSliceStackCachingStrategyMultipleTempFiles final : public
   void _OnCachinglocked() override {}
   void _OnCachingUnlocked() override;
   unsigned long _GetMaxAdvicedDataBuffer() override;
-
-  /// Makes sure that `file` is a temp file with room.
-  void _GetValidTempFile(boost::shared_ptr<M2DSliceTempFile>& file) const;
 
  private:
   class MSlice;
@@ -60,6 +55,4 @@ class VELSDK_EXPORT M2DSliceStackCachingStrategyMultipleTempFiles final : public
   bool _Prepare(M2DSliceStackSlice* slice);
 
   std::array<Kind, M2DSlice::kNumRows> m_kinds;  ///< in the order of the rows of a slice
-  unsigned long m_max_file_size = 200000000;
-  mutable unsigned long m_num_temp_files = 0;
 };

@@ -25,7 +25,8 @@ class M2DSliceStackCachingStrategySingleTempFile::MSlice final : public M2DSlice
   std::list<MSlice*>::iterator m_recent_position;  ///< the end of the list while the slice is not in it
 };
 
-std::list<M2DSliceStackCachingStrategySingleTempFile::MSlice*>
+/// Before other static objects, since a host's may be stacks.
+__attribute__((init_priority(101))) std::list<M2DSliceStackCachingStrategySingleTempFile::MSlice*>
     M2DSliceStackCachingStrategySingleTempFile::m_recent_slices;
 unsigned long M2DSliceStackCachingStrategySingleTempFile::m_num_cached_slices = 100;
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategyOwnFiles.h>
 #include <SliceData/platform/common/Export.h>
-#include <SliceData/slice_stack/I2DSliceStackCachingStrategy.h>
 #include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
 #include <array>
@@ -16,15 +16,12 @@ class M2DSliceTempFile;
 /// moves the range there and evicts what lies below it. What lies above it is not evicted for that: as many slices as
 /// lie above leave from the bottom of what is in memory, even the one just accessed. Locking does not hold eviction
 /// back, and a slice that could be read from its initial source again is written all the same.
-class VELSDK_EXPORT M2DSliceStackCachingStrategyZRange final : public I2DSliceStackCachingStrategy {
+class VELSDK_EXPORT M2DSliceStackCachingStrategyZRange final : public M2DSliceStackCachingStrategyOwnFiles {
  public:
   /// Half the height of the range, in internal units.
   static constexpr long kHalfRange = 60000;
 
-  using I2DSliceStackCachingStrategy::I2DSliceStackCachingStrategy;
-
-  /// The limit of this strategy's temp files in bytes; the record that crosses it is still written whole.
-  void SetMaxFileSize(unsigned long size) { m_max_file_size = size; }
+  using M2DSliceStackCachingStrategyOwnFiles::M2DSliceStackCachingStrategyOwnFiles;
 
   M2DSliceStackSlice* _CreateSlice(long z) override;
   void _OnRemoveSlice(M2DSliceStackSlice* slice) override;
@@ -36,9 +33,6 @@ class VELSDK_EXPORT M2DSliceStackCachingStrategyZRange final : public I2DSliceSt
   void _OnCachingUnlocked() override {}
   unsigned long _GetMaxAdvicedDataBuffer() override { return 100; }
 
-  /// Makes sure that `file` is a temp file with room.
-  void _GetValidTempFile(boost::shared_ptr<M2DSliceTempFile>& file) const;
-
  private:
   class MSlice;
 
@@ -49,7 +43,7 @@ class VELSDK_EXPORT M2DSliceStackCachingStrategyZRange final : public I2DSliceSt
   };
 
   struct Kind {
-    std::map<long, MSlice*> slices;  ///< those in memory, by their z when they came; one at each z
+    std::map<long, MSlice*> slices;  ///< those in memory by their z; one at each z
     Range range;
     boost::shared_ptr<M2DSliceTempFile> temp_file;
   };
@@ -60,6 +54,4 @@ class VELSDK_EXPORT M2DSliceStackCachingStrategyZRange final : public I2DSliceSt
   void _EvictLowest();
 
   std::array<Kind, M2DSlice::kNumRows> m_kinds;  ///< in the order of the rows of a slice
-  unsigned long m_max_file_size = 200000000;
-  mutable unsigned long m_num_temp_files = 0;
 };

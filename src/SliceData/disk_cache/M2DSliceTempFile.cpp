@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 #include <exception>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 using VelSDK::FileIO::FileSystem::TemporaryDirectory;
@@ -16,8 +17,8 @@ namespace {
 unsigned long g_use_index = 0;
 
 std::string& DiskCacheLocation() {
-  static std::string location;
-  return location;
+  static auto* const location = new std::string;  // static stacks of a host may page until the very end
+  return *location;
 }
 
 }  // namespace
@@ -41,11 +42,13 @@ struct M2DSliceTempFile::StaticData {
   }
 };
 
-// In this order: the end of the static data may remove the current file, which needs the list of open files.
-M2DSliceTempFile::OpenFiles M2DSliceTempFile::g_open_temp_files;
-M2DSliceTempFile::StaticData M2DSliceTempFile::m_static_data;
+// Before other static objects, since a host's may be stacks; and in this order: the end of the static data may remove
+// the current file, which needs the list of open files.
+__attribute__((init_priority(101))) M2DSliceTempFile::OpenFiles M2DSliceTempFile::g_open_temp_files;
+__attribute__((init_priority(101))) M2DSliceTempFile::StaticData M2DSliceTempFile::m_static_data;
 
-M2DSliceTempFile::M2DSliceTempFile(unsigned long strategy, unsigned long number, std::string const& name) {
+M2DSliceTempFile::M2DSliceTempFile(unsigned long strategy, unsigned long number, std::string const& name)
+    : m_process(::getpid()) {
   try {
     _Init(strategy, number, name);
   } catch (...) {
@@ -155,9 +158,8 @@ void M2DSliceTempFile::_CloseAndErase() noexcept {
     m_file->DiscardUnwritten();
     m_file.reset();
   }
-  if (!m_file_name.empty()) {
-    boost::system::error_code ignored;
-    boost::filesystem::remove(m_file_name, ignored);
+  if (!m_file_name.empty() && m_process == ::getpid()) {
+    ::unlink(m_file_name.c_str());  // whether that works or not; and it takes no memory
     TemporaryDirectory::OnFileRemoved(m_file_name);
   }
   if (m_use_index != 0) g_open_temp_files.erase(this);

@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-/// One scratch file, removed when its last user lets go of it.
+/// One scratch file, removed when its last user in the process that made it lets go of it.
 ///
 /// At most twenty are open in the process at a time: an access to one may close the one that was not used for longest,
 /// whose content stays on disk and which is opened again when it is needed. So the file behind `GetFile()` is valid
@@ -78,4 +78,5 @@ class VELSDK_EXPORT M2DSliceTempFile {
   std::uint64_t m_read_count = 0;
   unsigned long m_use_index = 0;  ///< of the latest access; 0 while not in the list of open files
   long long m_size_when_closed = 0;
+  int m_process;  ///< which made the file; one that was forked off does not remove it
 };

@@ -28,19 +28,21 @@ namespace M2DSliceUtilities {
 ///
 /// The form for a slice maps border, vectors, points and areas in this order. It takes no lock, nor does the one for a
 /// stack.
-VELSDK_EXPORT void Transform(M2DSliceContour& contour, iTransformation const& mapping, TransformOptions const& options);
+VELSDK_EXPORT void Transform(M2DSliceContour& contour, iTransformation const& mapping,
+                             TransformOptions const& options = {});
 VELSDK_EXPORT void Transform(M2DSliceVectorBlock& block, iTransformation const& mapping,
-                             TransformOptions const& options);
+                             TransformOptions const& options = {});
 VELSDK_EXPORT void Transform(M2DSlicePointBlock& block, iTransformation const& mapping,
-                             TransformOptions const& options);
+                             TransformOptions const& options = {});
 VELSDK_EXPORT void Transform(M2DSliceContourLayer& layer, iTransformation const& mapping,
-                             TransformOptions const& options);
+                             TransformOptions const& options = {});
 VELSDK_EXPORT void Transform(M2DSliceVectorLayer& layer, iTransformation const& mapping,
-                             TransformOptions const& options);
+                             TransformOptions const& options = {});
 VELSDK_EXPORT void Transform(M2DSlicePointLayer& layer, iTransformation const& mapping,
-                             TransformOptions const& options);
-VELSDK_EXPORT void Transform(M2DSlice& slice, iTransformation const& mapping, TransformOptions const& options);
-VELSDK_EXPORT void Transform(M2DSliceStack& stack, iTransformation const& mapping, TransformOptions const& options);
+                             TransformOptions const& options = {});
+VELSDK_EXPORT void Transform(M2DSlice& slice, iTransformation const& mapping, TransformOptions const& options = {});
+VELSDK_EXPORT void Transform(M2DSliceStack& stack, iTransformation const& mapping,
+                             TransformOptions const& options = {});
 
 /// Moves the geometry of the target by (dx, dy), in internal units, in integers throughout.
 ///

@@ -24,6 +24,14 @@ typename Row::Update OpenForChange(M2DSlice& slice) {
   return typename Row::Update(Row::Component(slice));
 }
 
+/// Where two slices of a stack take part, the access to one may page the other out, which was opened for a change
+/// before: it is brought in again, and its record is as stale as before.
+template <class Row>
+void Reopen(M2DSlice& slice) {
+  auto& component = Row::Component(slice);
+  if (component.ValidateData()) component.InvalidateDiskState();
+}
+
 }  // namespace
 
 template <class Row>
@@ -35,13 +43,17 @@ typename Row::Layer const& M2DSlice::_Get() const {
 template <class Row>
 void M2DSlice::_CopyFrom(typename Row::Layer& source, bool move) {
   Row::OnAccess(*this);
-  auto& component = Row::Component(*this);
-  if (&component.GetData() != &source) {
-    component._InvalidateCachedData();
-    component.GetData().Clear();
-    component.GetData().Add(source, move);
-  }
+  _Take<Row>(source, move);
   Row::OnChanged(*this);
+}
+
+template <class Row>
+void M2DSlice::_Take(typename Row::Layer& source, bool move) {
+  auto& component = Row::Component(*this);
+  if (&component.GetData() == &source) return;
+  component._InvalidateCachedData();
+  component.GetData().Clear();
+  component.GetData().Add(source, move);
 }
 
 template <class Row>
@@ -94,6 +106,7 @@ M2DSlice& M2DSlice::operator=(M2DSlice const& source) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(*this);
     Row::OnAccess(source);
+    Reopen<Row>(*this);
     Replace(*data, Row::Component(source).GetData());
   });
   return *this;
@@ -149,7 +162,10 @@ void M2DSlice::CopyFrom(M2DSlice& source, bool move) {
   ForEachRow([&](auto row) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(source);
-    _CopyFrom<Row>(*data, move);
+    Row::OnAccess(*this);
+    Reopen<Row>(source);
+    _Take<Row>(*data, move);
+    Row::OnChanged(*this);
   });
 }
 
@@ -169,6 +185,7 @@ void M2DSlice::Add(M2DSlice& other, bool move) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(*this);
     auto source = OpenForChange<Row>(other);
+    Reopen<Row>(*this);
     data->Add(*source, move);
   });
 }
@@ -178,6 +195,7 @@ void M2DSlice::Add(M2DSlice const& other) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(*this);
     Row::OnAccess(other);
+    Reopen<Row>(*this);
     data->Add(std::as_const(Row::Component(other).GetData()));
   });
 }

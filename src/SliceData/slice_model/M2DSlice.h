@@ -111,7 +111,8 @@ class VELSDK_EXPORT M2DSlice {
   /// last point. Area contours stay.
   void InvertContourData();
 
-  // Read access brings the component into memory. Write access notes a change as well and lasts as long as the handle.
+  // Read access brings the component into memory. Write access notes a change as well. In a stack that pages, what they
+  // give is good until other slices are accessed and this one leaves memory; see `M2DSliceStack`.
 
   M2DSliceContourLayer const& GetBorder() const;
   M2DSliceVectorLayer const& GetVectors() const;
@@ -163,6 +164,8 @@ class VELSDK_EXPORT M2DSlice {
   void _CopyFrom(typename Row::Layer& source, bool move);
   template <class Row>
   void _CopyTo(typename Row::Layer& target, bool move);
+  template <class Row>
+  void _Take(typename Row::Layer& source, bool move);
   template <class Component>
   void _OnChanged(Component& component);
   void _TakeZAreaIfInvalid(M2DSlice const& source);

@@ -77,7 +77,7 @@ class VELSDK_EXPORT M2DSliceComponent {
 
   void SetCachingStrategy(I2DSliceStackCachingStrategy* strategy) { m_strategy = strategy; }
 
-  /// The data in memory; meaningful while the data is valid.
+  /// The data in memory. While it is not valid, changes to it are lost.
   T& GetData() { return m_data; }
   T const& GetData() const { return m_data; }
   boost::shared_ptr<M2DSliceTempFile> const& GetTempFile() const { return m_temp_file; }

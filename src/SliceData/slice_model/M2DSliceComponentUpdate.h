@@ -2,7 +2,8 @@
 
 #include <SliceData/slice_model/M2DSliceComponent.h>
 
-/// Write access to the data of a component, counted by it while the handle lives.
+/// Write access to the data of a component, counted by it while the handle lives. The count holds nothing in memory: in
+/// a stack that pages, a handle is done with before other slices are accessed.
 ///
 /// A handle neither loads data nor declares anything stale: the hooks of the slice do so before a handle is made.
 /// Making one drops the component's index into the layer; questions by index between two changes need a new handle for

@@ -20,6 +20,9 @@ class VELSDK_EXPORT M2DSliceContourLayer : public M3dBorder<long, void*, M2DSlic
   /// Creates a contour and links it at the tail.
   M2DSliceContour& AddContour();
 
+  /// Deletes all contours. Where they are all that draws from their pool, no point is looked at.
+  void Clear() noexcept;
+
   /// Appends copies of all contours of `source`.
   void Add(M2DSliceContourLayer const& source);
   /// With `move` true the contours themselves change layers, without a copy, and `source` ends empty.

@@ -147,7 +147,13 @@ template <class Traits>
 void M2DSliceLayerComponent<Traits>::_OnTransform(M2DSliceUtilities::iTransformation const& mapping) {
   m_slice->_InvalidateXYArea();
   if (m_data_valid) M2DSliceUtilities::Transform(m_data, mapping, M2DSliceUtilities::TransformOptions());
-  if (m_disk_state_valid) m_info_on_disk.m_transformation.AddTransformation(mapping);
+  if (!m_disk_state_valid) return;
+  try {
+    m_info_on_disk.m_transformation.AddTransformation(mapping);
+  } catch (...) {
+    if (m_data_valid) m_disk_state_valid = false;  // the record lacks what the data has been through
+    throw;
+  }
 }
 
 /// Whoever clears the layer empties the index without dropping it, so its size is looked at too.

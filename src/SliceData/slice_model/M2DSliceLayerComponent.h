@@ -8,6 +8,8 @@
 #include <initializer_list>
 #include <vector>
 
+class MFile;
+
 /// What the components of contours, vectors and points share; `Traits` gives what differs.
 ///
 /// A record on disk holds coordinates alone. What is known of each element without its coordinates stays here while the
@@ -57,6 +59,18 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   /// then on. No other component may use the same file until the last push.
   void InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file);
 
+  /// Drops the content wherever it is, with what is known of it.
+  void Clear() {
+    Base::Clear();
+    m_info_on_disk = InfoOnDisk();
+  }
+
+  /// Drops data and record: the component waits to be filled, and nothing is known of it meanwhile.
+  void _StartWaiting() {
+    Clear();
+    m_data_valid = false;
+  }
+
   /// Drops the index into the layer. For whoever changes the layer other than through an update handle.
   void _InvalidateCachedData() const { m_cached_data.m_valid = false; }
 
@@ -105,6 +119,7 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   mutable CachedData m_cached_data;
 
  private:
-  void _WriteRecordHead();
+  void _WriteRecordHead(MFile& file);
+  MFile& _GetFileForPushing();
   void _ReadRecordHead() const;
 };

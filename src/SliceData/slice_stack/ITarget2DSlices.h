@@ -18,7 +18,8 @@ class VELSDK_EXPORT ITarget2DSlices {
 
   /// False if the target refuses.
   bool StartAddingSlices() const { return _OnStartAddingSlices(); }
-  /// The slice as it now stands in the target, or null if the target keeps none or refuses.
+  /// The slice as it now stands in the target, or null if the target keeps none or refuses. Targets over files keep
+  /// none and throw what they refuse.
   M2DSlice* AddSlice(M2DSlice const& slice) { return _OnAddSlice(slice); }
   /// The same; with `move` true the target may take the content over and leave `slice` empty.
   M2DSlice* AddSlice(M2DSlice& slice, bool move) { return _OnAddSlice(slice, move); }

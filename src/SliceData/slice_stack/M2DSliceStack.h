@@ -14,8 +14,14 @@
 
 /// The slices of a part or a build, ordered by z, with parameters and properties. Both a source and a target.
 ///
-/// A stack may hold more than memory does: its caching strategy pages slices out. It may stand over a source without
-/// copying it. Slices are owned by the stack and shared with whoever asks by `GetSlice(unsigned long)` of a source.
+/// A stack may hold more than memory does: its caching strategy pages slices out, to scratch files in the directory
+/// that `M2DSliceUtilities::SetDiskCacheLocation` names. It may stand over a source without copying it. Slices are
+/// owned by the stack and shared with whoever asks by `GetSlice(unsigned long)` of a source.
+///
+/// What is reached through a slice (layers, elements, points, update handles) is good only until other slices are
+/// accessed so often that this one is paged out: with the default strategy, from the eleventh slice of a kind on. Take
+/// it anew for each slice, or hold eviction back with `M2DSliceStackCachingLock`. On disk coordinates have 32 bits:
+/// beyond 214 m they do not survive.
 ///
 /// Heights are internal units (0.1 µm). No operation takes a lock, and const operations fill caches, so threads that
 /// share a stack use its shared reference and `M2DSliceStackLockGuard`. Stacks are made and destroyed one at a time.
@@ -91,6 +97,11 @@ class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference
   bool GetIsClosed() const;
 
   /// Makes a position for each slice of `source`, which then waits there until it is first touched: nothing is copied.
+  ///
+  /// Slices that wait hold nothing: summaries, extents and plain transformations see nothing of them, and a slice that
+  /// is paged out while its source can still be asked waits again. If the source fails, the exception reaches the
+  /// caller once; the slice is empty from then on. Thickness, parameters and properties of the source are not taken
+  /// over. Whoever wants the whole content at hand uses `M2DSliceStackUtilities::ConvertSourceToSliceStack`.
   void InitFromSourceSlices(boost::shared_ptr<ISource2DSlices> source);
 
   // What slices and strategies call.

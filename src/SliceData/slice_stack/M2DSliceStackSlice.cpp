@@ -123,11 +123,7 @@ void M2DSliceStackSlice::_ValidateFromInitialSource() const {
 
 void M2DSliceStackSlice::_StartWaiting() {
   m_validated = false;
-  ForEachRow([&](auto row) {
-    auto& component = decltype(row)::Component(*this);
-    component.InvalidateDiskState();
-    component.InvalidateData();
-  });
+  ForEachRow([&](auto row) { decltype(row)::Component(*this)._StartWaiting(); });
 }
 
 void M2DSliceStackSlice::_DropInitialSource() const {

@@ -15,7 +15,8 @@ namespace {
 /// time.
 constexpr std::size_t kFirstRead = 4096;
 
-constexpr char const* kCannotWrite = "cannot take the bytes written to it; make room for them, they are kept";
+constexpr char const* kIsCut =
+    "ends before the data that was written to it: someone else has cut it; keep others away from it";
 
 }  // namespace
 
@@ -106,7 +107,7 @@ bool MFile::IsWhole() {
 }
 
 void MFile::CLOSE() {
-  if (!MFile::FLUSH()) _Throw(m_last_error, kCannotWrite);
+  if (!MFile::FLUSH()) _ThrowUnwritten();
   DiscardUnwritten();
   m_detached = -1;
   m_base = 0;
@@ -165,7 +166,7 @@ void MFile::_Refill(std::size_t bytes) {
     long long const position = _Position();
     bool const goes_on = m_detached < 0;
     std::size_t const kept = goes_on ? static_cast<std::size_t>(m_valid_end - m_cursor) : 0;
-    if (m_unwritten_begin != m_unwritten_end && !_WriteOut()) _Throw(m_last_error, kCannotWrite);
+    if (m_unwritten_begin != m_unwritten_end && !_WriteOut()) _ThrowUnwritten();
     std::memmove(m_buffer.get(), m_cursor, kept);
     m_base = position;
     m_detached = -1;
@@ -179,7 +180,7 @@ void MFile::_Refill(std::size_t bytes) {
       if (got > 0) {
         m_valid_end += got;
       } else if (got == 0) {
-        _Throw(EIO, "ends before the data that was written to it: someone else has cut it; keep others away from it");
+        _Throw(EIO, kIsCut);
       } else if (errno != EINTR) {
         _Throw(errno, "cannot be read");
       }
@@ -201,7 +202,7 @@ void MFile::_LeaveModes() {
 }
 
 void MFile::_MoveWindow(long long position) {
-  if (m_unwritten_begin != m_unwritten_end && !_WriteOut()) _Throw(m_last_error, kCannotWrite);
+  if (m_unwritten_begin != m_unwritten_end && !_WriteOut()) _ThrowUnwritten();
   m_base = position;
   m_detached = -1;
   m_cursor = m_valid_end = m_unwritten_begin = m_unwritten_end = m_buffer.get();
@@ -237,6 +238,11 @@ long long MFile::_Position() const {
 long long MFile::_Size() const {
   char const* const end = m_write_end != m_buffer.get() ? std::max(m_unwritten_end, m_cursor) : m_unwritten_end;
   return m_unwritten_begin == end ? m_size_on_disk : std::max(m_size_on_disk, m_base + (end - m_buffer.get()));
+}
+
+void MFile::_ThrowUnwritten() {
+  if (!IsWhole()) _Throw(m_last_error, kIsCut);
+  _Throw(m_last_error, "cannot take the bytes written to it; make room for them, they are kept");
 }
 
 void MFile::_Throw(int error, char const* what) const {

@@ -49,6 +49,8 @@ class VELSDK_EXPORT MFile {
   long long GetSize() const { return _Size(); }
   /// False if the file is gone, or is shorter than what was written to it. New content belongs elsewhere then.
   bool IsWhole();
+  /// True if the last thing done was a write.
+  bool IsWriting() const { return m_write_end != m_buffer.get(); }
   /// Tells how many bytes the file must hold already: if it is found shorter, nothing more is written to it.
   void ExpectSize(long long size) { m_size_on_disk = m_size_on_disk > size ? m_size_on_disk : size; }
 
@@ -122,6 +124,7 @@ class VELSDK_EXPORT MFile {
   bool _WriteOut();
   long long _Position() const;
   long long _Size() const;
+  [[noreturn]] void _ThrowUnwritten();
   [[noreturn]] void _Throw(int error, char const* what) const;
 
   std::unique_ptr<char[]> m_buffer;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <sys/file.h>
@@ -139,7 +140,8 @@ ProcessDirectory& GetProcessDirectory(std::string const& parent) {
       return *directory;
     }
     ::rmdir(path.c_str());
-    if (error == EMFILE || error == ENFILE) Throw(error, path, "cannot lock a directory for scratch files; close files");
+    if (error == EMFILE || error == ENFILE)
+      Throw(error, path, "cannot lock a directory for scratch files; close files");
     // Another process took it for a leftover before it was locked: once more.
   }
   Throw(EBUSY, parent, "cannot lock a directory for scratch files; choose a local file system");
@@ -148,9 +150,11 @@ ProcessDirectory& GetProcessDirectory(std::string const& parent) {
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory(std::string directory) : m_directory(std::move(directory)) {
-  if (!m_directory.empty()) return;
-  char const* const from_environment = std::getenv("TMPDIR");
-  m_directory = from_environment != nullptr && *from_environment != '\0' ? from_environment : "/var/tmp";
+  if (m_directory.empty()) {
+    char const* const from_environment = std::getenv("TMPDIR");
+    m_directory = from_environment != nullptr && *from_environment != '\0' ? from_environment : "/var/tmp";
+  }
+  m_directory = std::filesystem::absolute(m_directory).string();  // files are opened again after a change of directory
 }
 
 std::string TemporaryDirectory::GetTemporaryFilePath() const {
@@ -201,8 +205,10 @@ void TemporaryDirectory::RemoveAllFromSignalHandler() noexcept {
 void TemporaryDirectory::OnFileRemoved(std::string const& path) noexcept {
   auto& directories = ProcessDirectories();
   for (auto directory = directories.begin(); directory != directories.end(); ++directory) {
-    if (directory->second == nullptr || path.rfind(directory->second->path + "/", 0) != 0) continue;
-    if (::rmdir(directory->second->path.c_str()) == 0 || errno == ENOENT) directories.erase(directory);
+    if (directory->second == nullptr) continue;
+    std::string const& own = directory->second->path;
+    if (path.compare(0, own.size(), own) != 0 || path[own.size()] != '/') continue;
+    if (::rmdir(own.c_str()) == 0 || errno == ENOENT) directories.erase(directory);
     return;
   }
 }

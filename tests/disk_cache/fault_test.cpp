@@ -1,0 +1,209 @@
+#include <SliceData/disk_cache/M2DSliceStackCachingLock.h>
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategyMultipleTempFiles.h>
+#include <SliceData/disk_cache/M2DSliceStackCachingStrategySingleTempFile.h>
+#include <SliceData/disk_cache/M2DSliceTempFile.h>
+#include <SliceData/slice_stack/M2DSliceStack.h>
+
+#include <boost/filesystem.hpp>
+#include <system_error>
+#include <utility>
+
+#include "support/Scratch.h"
+#include "support/Slices.h"
+
+namespace {
+
+using namespace testing_support;
+using ::testing::HasSubstr;
+using Caching = e2DSliceStackCachingType;
+
+constexpr long kSlices = 12;
+constexpr long kPoints = 20000;
+
+class Faults : public ::testing::TestWithParam<Caching> {
+ protected:
+  Faults() : stack(GetParam()) { M2DSliceStackCachingStrategySingleTempFile::SetNumCachedSlices(5); }
+  ~Faults() override { M2DSliceStackCachingStrategySingleTempFile::SetNumCachedSlices(100); }
+
+  M2DSliceStackSlice& AddSlice(long i) {
+    M2DSliceStackSlice& slice = *stack.AddSlicePosition(i * 70000);
+    M2DSliceContour& contour = slice.GetBorderComponent().GetData().AddContour();
+    for (long n = 0; n < kPoints; ++n) contour.AddPoint(i, n);
+    return slice;
+  }
+
+  static bool IsWhole(M2DSliceContourLayer const& border, long i) {
+    if (border.GetCount() != 1 || border.GetFirst()->GetNumPoints() != kPoints) return false;
+    long n = 0;
+    for (M2DSliceContourPoint const& point : border.GetFirst()->GetPoints()) {
+      if (point.x != i || point.y != n++) return false;
+    }
+    return true;
+  }
+
+  /// Accesses a slice; the text of the error, if there is one.
+  std::string Access(long i) {
+    try {
+      EXPECT_TRUE(IsWhole(stack.GetSlice(static_cast<unsigned long>(i))->GetBorder(), i)) << i;
+    } catch (std::system_error const& error) {
+      return error.what();
+    }
+    return "";
+  }
+
+  void ExpectAllIsThere() {
+    for (int round = 0; round < 2; ++round) {
+      for (long i = 0; i < kSlices; ++i) EXPECT_EQ(Access(i), "") << "slice " << i;
+    }
+  }
+
+  std::string FirstFileInUse() {
+    for (unsigned long i = 0; i < stack.GetNumSlices(); ++i) {
+      auto const& file = stack.GetSlice(i)->GetBorderComponent().GetTempFile();
+      if (file != nullptr) return file->GetFileName();
+    }
+    return "";
+  }
+
+  Scratch scratch;
+  M2DSliceStack stack;
+};
+
+TEST_P(Faults, AFullDiskLosesNothing) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  std::vector<std::string> errors;
+  {
+    FullDisk const full(100000);
+    for (long i = 0; i < kSlices; ++i) {
+      std::string const error = Access(i);
+      if (!error.empty()) errors.push_back(error);
+    }
+    for (unsigned long i = 0; i < kSlices; ++i) {
+      auto const& component = std::as_const(stack).GetSlice(i)->GetBorderComponent();
+      EXPECT_TRUE(!component.IsDataValid() || IsWhole(component.GetData(), static_cast<long>(i)));
+    }
+    M2DSliceStackCachingLock lock;
+    lock.Add(&stack);  // its end tries once more, and swallows the failure
+  }
+  ASSERT_FALSE(errors.empty());
+  EXPECT_THAT(errors.front(), HasSubstr(scratch.GetPath()));
+  EXPECT_THAT(errors.front(), HasSubstr("File too large"));
+  ExpectAllIsThere();
+  stack.GetSlice(0)->GetBorderUpdate()->GetFirst()->AddPoint(1, 2);
+  for (long i = 1; i < kSlices; ++i) Access(i);
+  EXPECT_EQ(stack.GetSlice(0)->GetBorder().GetFirst()->GetNumPoints(), kPoints + 1u);
+}
+
+TEST_P(Faults, ACutFileIsAnErrorForWhatWasCutAlone) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  for (long i = 0; i < kSlices; ++i) EXPECT_EQ(Access(i), "");
+  stack.GetSlice(0)->GetBorderComponent().GetTempFile()->InitForReading(0);  // flushes
+  std::string const path = FirstFileInUse();
+  ASSERT_EQ(::truncate(path.c_str(), 200000), 0);  // one record and a part of the next
+  int lost = 0;
+  for (int round = 0; round < 2; ++round) {
+    lost = 0;
+    EXPECT_EQ(Access(0), "") << "its record lies before the cut";
+    for (long i = 1; i < kSlices; ++i) {
+      std::string const error = Access(i);
+      if (error.empty()) continue;
+      EXPECT_THAT(error, HasSubstr(path));
+      EXPECT_THAT(error, HasSubstr("someone else has cut it"));
+      EXPECT_FALSE(std::as_const(stack).GetSlice(static_cast<unsigned long>(i))->GetBorderComponent().IsDataValid());
+      ++lost;
+    }
+  }
+  EXPECT_GT(lost, 0);
+  EXPECT_LT(lost, kSlices - 1) << "what is in memory is unharmed";
+  stack.Clear();
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  ExpectAllIsThere();
+}
+
+TEST_P(Faults, ADeletedFileIsNotUsedForMore) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  for (long i = 0; i < kSlices; ++i) EXPECT_EQ(Access(i), "");
+  std::string const path = FirstFileInUse();
+  ASSERT_EQ(::unlink(path.c_str()), 0);
+  ExpectAllIsThere();  // as long as it is open, all of it can be read
+  std::vector<boost::shared_ptr<M2DSliceTempFile>> others;
+  for (int i = 0; i < 20; ++i) others.push_back(boost::make_shared<M2DSliceTempFile>(0, 0, ""));
+  long lost = 0;
+  for (long i = 0; i < kSlices; ++i) {
+    std::string const error = Access(i);
+    if (error.empty()) continue;
+    EXPECT_THAT(error, HasSubstr(path));
+    ++lost;
+  }
+  EXPECT_GT(lost, 0);
+  EXPECT_LT(lost, kSlices) << "what is in memory is unharmed";
+  stack.Clear();
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  ExpectAllIsThere();
+}
+
+TEST_P(Faults, WithoutAPlaceForScratchFilesDataStaysInMemory) {
+  std::string const place = scratch.GetPath() + "/place";
+  ASSERT_TRUE(boost::filesystem::create_directory(place));
+  M2DSliceUtilities::SetDiskCacheLocation(place);
+  boost::filesystem::remove(place);
+  M2DSliceTempFile::SetMaxFileSize(~0ul);  // the shared file has to begin anew, too
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  std::string error;
+  for (long i = 0; i < kSlices; ++i) {
+    if (error.empty()) error = Access(i);
+  }
+  EXPECT_THAT(error, HasSubstr(place));
+  EXPECT_THAT(error, HasSubstr("No such file"));
+  EXPECT_TRUE(IsWhole(std::as_const(stack).GetSlice(0)->GetBorderComponent().GetData(), 0));
+  M2DSliceUtilities::SetDiskCacheLocation(scratch.GetPath());
+  M2DSliceTempFile::SetMaxFileSize(M2DSliceTempFile::kDefaultMaxFileSize);
+  ExpectAllIsThere();
+}
+
+TEST_P(Faults, WithoutDescriptorsDataStaysInMemory) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  M2DSliceTempFile::SetMaxFileSize(~0ul);
+  {
+    NoDescriptors const none;
+    for (long i = 0; i < kSlices; ++i) Access(i);
+  }
+  EXPECT_EQ(FirstFileInUse(), "");
+  M2DSliceTempFile::SetMaxFileSize(M2DSliceTempFile::kDefaultMaxFileSize);
+  ExpectAllIsThere();
+}
+
+TEST_P(Faults, APreparationForPushingThatFailsChangesNothing) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  for (long i = 0; i < kSlices; ++i) Access(i);
+  auto& component = stack.GetSlice(0)->GetBorderComponent();
+  ASSERT_FALSE(component.IsDataValid());
+  auto const before = component.GetTempFile();
+  ASSERT_EQ(::unlink(before->GetFileName().c_str()), 0);  // a new file has to be begun
+  if (GetParam() == Caching::ZRange) {
+    EXPECT_FALSE(component.PrepareForPushingData()) << "not its business";
+    return;
+  }
+  {
+    NoDescriptors const none;
+    EXPECT_THROW(component.PrepareForPushingData(), std::system_error);
+  }
+  EXPECT_EQ(component.GetTempFile(), before) << "still the record that it was";
+  EXPECT_EQ(component.GetNumContours(), 1u);
+  ASSERT_TRUE(component.PrepareForPushingData());
+  EXPECT_NE(component.GetTempFile(), before);
+  component.PushContour();
+  component.PushContourPoint(1, 2);
+  EXPECT_EQ(stack.GetSlice(0)->GetBorder().GetFirst()->GetNumPoints(), 1u);
+}
+
+std::string NameOf(::testing::TestParamInfo<Caching> const& type) {
+  static char const* const names[] = {"NoTempFiles", "MultipleTempFiles", "SingleTempFile", "ZRange"};
+  return names[static_cast<std::size_t>(type.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(CachingTypes, Faults,
+                         ::testing::Values(Caching::MultipleTempFiles, Caching::SingleTempFile, Caching::ZRange),
+                         NameOf);
+
+}  // namespace
