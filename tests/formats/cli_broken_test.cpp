@@ -56,8 +56,8 @@ TEST(BrokenCli, IsToldInOneLineWithPlaceAndAdvice) {
       {Ascii("$$LAYER/\n"), "line 6: a number is expected"},
       {Ascii("$$LAYER/inf\n"), "a number is expected"},
       {Ascii("$$LAYER/" + std::string(200, '0') + "1\n"), "a number is expected"},
-      {Ascii("$$LAYER/1e300\n"), "height of a layer out of range"},
-      {Ascii("$$LAYER/427812.4286\n"), "height of a layer out of range"},  // stands for "no height" in a Z area
+      {Ascii("$$LAYER/1e300\n"), "height of a layer beyond 214 m"},
+      {Ascii("$$LAYER/214748.3648\n"), "height of a layer beyond 214 m"},
       {Layer("$$POLYLINE/1,1,2,0.00,0.00,5"), "line 8: the layer ends in the middle of a command"},
       {Layer("$$POLYLINE/1,1,1,0,0,5"), "line 7: a command is expected"},
       {Layer("$$POLYLINE/1,1,2,0,0,1 2 3"), "a command is expected"},
@@ -69,7 +69,7 @@ TEST(BrokenCli, IsToldInOneLineWithPlaceAndAdvice) {
       {Layer("$$HATCHES/1,2147483647,0,0,1,1"), "the layer cannot hold"},
       {Layer("$$HATCHES/1,1e15,0,0,1,1"), "the layer cannot hold"},
       {Layer("$$POLYLINE/1,1,1,nan,0"), "a number is expected"},
-      {Layer("$$POLYLINE/1,1,1,0,1e13"), "coordinate out of range"},
+      {Layer("$$POLYLINE/1,1,1,0,2147483648"), "coordinate beyond 214 m"},
       {Layer("$$POLYLINE/1,1,1,0,1e999"), "a number is expected"},
       {Layer("garbage"), "a command is expected"},
       {Binary().Short(129, {1, 1, 0}).Get(), "byte 47: geometry before the first layer"},
@@ -78,9 +78,9 @@ TEST(BrokenCli, IsToldInOneLineWithPlaceAndAdvice) {
       {Binary().Short(128, {1}).Long(130, {1, 1, 2147483647}, {1, 2}).Get(), "byte 51: the file ends in the middle"},
       {Binary().Short(128, {1}).Long(132, {1, 2147483647}, {1, 2}).Get(), "the file ends in the middle"},
       {Binary().Short(128, {1}).Long(130, {1, 1, -1}, {}).Get(), "negative number of points"},
-      {Binary().Long(127, {}, {NAN}).Get(), "height of a layer out of range"},
-      {Binary().Short(128, {1}).Long(130, {1, 1, 1}, {0, NAN}).Get(), "byte 69: coordinate out of range"},
-      {Binary().Short(128, {1}).Long(132, {1, 1}, {0, 0, 0, -INFINITY}).Get(), "coordinate out of range"},
+      {Binary().Long(127, {}, {NAN}).Get(), "height of a layer beyond 214 m"},
+      {Binary().Short(128, {1}).Long(130, {1, 1, 1}, {0, NAN}).Get(), "byte 69: coordinate beyond 214 m"},
+      {Binary().Short(128, {1}).Long(132, {1, 1}, {0, 0, 0, -INFINITY}).Get(), "coordinate beyond 214 m"},
       {BinaryCli(BinaryCli::Layout::FillBehindCommands).Short(128, {1}).Get() + "abcdef", "unknown command"},
   };
   for (auto const& [bytes, what] : cases) {

@@ -146,10 +146,10 @@ TEST(CliSource, TakesTheMostFrequentStepAsThicknessAndTheSmallestOfEquallyFreque
 }
 
 TEST(CliSource, RoundsToNearestAndDropsARepeatedLastPointAfterRounding) {
-  EXPECT_EQ(DescribeCli(Ascii("$$LAYER/0.49999999999999994\n$$POLYLINE/1,1,4,0.5,-0.5,2.4999,-2.5,1.5,9007199254740991,"
+  EXPECT_EQ(DescribeCli(Ascii("$$LAYER/0.49999999999999994\n$$POLYLINE/1,1,4,0.5,-0.5,2.4999,-2.5,1.5,2147483647,"
                               "0.9,-1.4\n$$POLYLINE/1,2,2,1,1,1,1\n$$POLYLINE/1,0,2,7,7,7,7\n",
                               "$$UNITS/0.0001\n")),
-            "z 0\nouter [Border IndexModel=1] 1,-1 2,-3 2,9007199254740991\nopen [Border IndexModel=1] 1,1 1,1\n"
+            "z 0\nouter [Border IndexModel=1] 1,-1 2,-3 2,2147483647\nopen [Border IndexModel=1] 1,1 1,1\n"
             "hole [Border IndexModel=1] 7,7\n");
   // 0.005 mm is no exact number, and 20 of them are 0.1 mm nevertheless; long and padded numbers go another way.
   EXPECT_EQ(

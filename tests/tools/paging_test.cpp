@@ -1,7 +1,6 @@
-#include <gmock/gmock.h>
-
 #include <chrono>
 #include <csignal>
+#include <gmock/gmock.h>
 #include <string>
 #include <thread>
 

@@ -24,8 +24,8 @@ constexpr std::pair<char const*, e2DSliceStackCachingType> kPagingTypes[] = {
 /// The value behind one of a few words.
 template <class Words>
 auto ParseWord(Words const& words, std::string const& text, std::string const& what, std::string const& advice) {
-  auto const word = std::find_if(std::begin(words), std::end(words),
-                                 [&](auto const& candidate) { return text == candidate.first; });
+  auto const word =
+      std::find_if(std::begin(words), std::end(words), [&](auto const& candidate) { return text == candidate.first; });
   if (word == std::end(words)) throw Trouble("", "'" + text + "' is no way to " + what, advice);
   return word->second;
 }
@@ -59,13 +59,13 @@ void InputOptions::AddTo(Command& command, std::string const& value_name) {
                     "what the input is, if its name does not tell: " + Join(GetReadFormatNames(), ", ") +
                         " (ASCII or binary, as the file itself says)",
                     Into(from));
-  command.AddOption(
-      "--paging", "HOW",
-      "work over a stack of all layers instead of one layer at a time: none keeps it in memory, multiple, single and "
-      "zrange page it to scratch files, each by its own rule",
-      [this](std::string const& value) {
-        paging = ParseWord(kPagingTypes, value, "page", "give none, multiple, single or zrange");
-      });
+  command.AddOption("--paging", "HOW",
+                    "work over a stack of all layers, as a host does, instead of one layer at a time: none keeps all "
+                    "in memory, multiple "
+                    "ten layers, single a hundred, zrange those up to 6 mm away; the rest is paged to scratch files",
+                    [this](std::string const& value) {
+                      paging = ParseWord(kPagingTypes, value, "page", "give none, multiple, single or zrange");
+                    });
   command.AddOption("--scratch-dir", "DIR", "where scratch files go; without it to $TMPDIR, or else to /var/tmp",
                     Into(scratch_dir));
 }

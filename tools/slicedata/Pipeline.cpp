@@ -64,7 +64,8 @@ std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOpt
 void RefuseLosses(Input const& input, SliceFormats::FormatReport const& report, OutputOptions const& options) {
   for (auto const& [name, losses] :
        {std::pair(&input.GetName(), &input.GetReport()), std::pair(&options.path, &report)}) {
-    if (!losses->IsEmpty()) throw Trouble(*name, Join(losses->GetNotes(), ", "), "give no --strict to write the rest");
+    if (!losses->IsEmpty())
+      throw Trouble(*name, Join(losses->GetNotes(), ", "), "leave out --strict to write the rest");
   }
 }
 

@@ -51,7 +51,7 @@ class CliAsciiParser {
   bool _SkipToCommand() {
     m_p = CliText::SkipBlanksAndComments(m_p, m_end);
     if (m_p >= m_end) return false;
-    if (m_p[0] != '$' || m_p[1] != '$') _Fail("a command is expected here; there are more values than announced");
+    if (m_p[0] != '$' || m_p[1] != '$') _Fail("a command is expected here, or there are more values than announced");
     m_p += 2;
     return true;
   }
@@ -92,7 +92,7 @@ class CliAsciiParser {
 
   long _ReadCoordinate() {
     long coordinate = 0;
-    if (!m_scale.ToInternal(_ReadNumber(), coordinate)) _Fail("coordinate out of range");
+    if (!m_scale.ToInternal(_ReadNumber(), coordinate)) _Fail("coordinate beyond 214 m in $$UNITS, or no number");
     return coordinate;
   }
 

@@ -43,7 +43,7 @@ class CliBinaryParser {
     auto const next = [&] {
       long coordinate = 0;
       if (!m_header.scale.ToInternal(CliBinary::Load<Value>(p), coordinate)) {
-        _Fail(p, "coordinate out of range; the file is damaged, export it again");
+        _Fail(p, "coordinate beyond 214 m in $$UNITS, or no number; export the file again");
       }
       p += head.stride;
       return coordinate;

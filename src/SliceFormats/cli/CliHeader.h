@@ -36,16 +36,17 @@ struct CliParameters {
 /// Coordinates of a file, turned into internal units (0.1 µm).
 class CliScale {
  public:
-  static constexpr double kLimit = 9007199254740992.0;  ///< 2^53 internal units; every whole number below is a double
+  static constexpr double kLimit = 9007199254740992.0;    ///< 2^53; every whole number below is a double
+  static constexpr double kMaxCoordinate = 2147483647.0;  ///< 214 m: what paged slices and documents can hold
 
   CliScale() = default;
   /// `units`: millimetres per unit of the file.
   explicit CliScale(double units);
 
-  /// Rounds to nearest, halves away from zero. False beyond `kLimit`, and for what is no number.
+  /// Rounds to nearest, halves away from zero. False beyond `kMaxCoordinate`, and for what is no number.
   bool ToInternal(double value, long& result) const {
     double const scaled = value * m_factor;
-    if (!(std::abs(scaled) <= kLimit)) return false;
+    if (!(std::abs(scaled) <= kMaxCoordinate)) return false;
     // The largest double below a half: with a half itself, 0.49999999999999994 would round up in the sum.
     result = static_cast<long>(scaled + std::copysign(0.49999999999999994, scaled));
     return true;

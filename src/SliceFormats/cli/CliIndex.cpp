@@ -1,4 +1,3 @@
-#include <SliceData/slice_model/M2DSliceZArea.h>
 #include <SliceFormats/cli/CliIndex.h>
 #include <SliceFormats/cli/CliText.h>
 
@@ -12,12 +11,9 @@ namespace SliceFormats {
 
 namespace {
 
+constexpr char const* kHeightOutOfRange =
+    "height of a layer beyond 214 m in $$UNITS, or no number; export the file again";
 constexpr char const* kBeforeFirstLayer = "geometry before the first layer; export the file again";
-
-/// A height that no slice can have is treated like one that is out of range.
-bool ToHeight(CliScale const& scale, double value, long& z) {
-  return scale.ToInternal(value, z) && M2DSliceZArea(z).IsValid();
-}
 
 // ASCII
 
@@ -65,6 +61,8 @@ class AsciiIndexer {
       }
     }
     if (!has_end) m_index.EndLastPart(m_file.GetSize());
+    if (m_report != nullptr && has_end && _SkipBlanks() >= 0)
+      m_report->Note("what stands behind $$GEOMETRYEND is left out");
     if (m_report != nullptr && !has_start) m_report->Note("$$GEOMETRYSTART is missing in the file");
     if (m_report != nullptr && !has_end) m_report->Note("$$GEOMETRYEND is missing, the file may have been cut short");
     return std::move(m_index);
@@ -158,8 +156,7 @@ class AsciiIndexer {
   void _AddLayer() {
     m_index.EndLastPart(m_command);
     long z = 0;
-    if (!ToHeight(m_scale, _ReadNumber(), z))
-      m_file.Fail(m_command, "height of a layer out of range; export the file again");
+    if (!m_scale.ToInternal(_ReadNumber(), z)) m_file.Fail(m_command, kHeightOutOfRange);
     m_index.Add(z, _Tell(), m_in_force);
   }
 
@@ -226,8 +223,7 @@ std::optional<Obstacle> FollowCommands(CliFile const& file, CliHeader const& hea
                             : header.signed_z ? CliBinary::Load<std::int16_t>(value)
                                               : CliBinary::Load<std::uint16_t>(value);
       long z = 0;
-      if (!ToHeight(header.scale, height, z))
-        return Obstacle{at, "height of a layer out of range; export the file again"};
+      if (!header.scale.ToInternal(height, z)) return Obstacle{at, kHeightOutOfRange};
       index.EndLastPart(at);
       index.Add(z, at + total, header.parameters);
     } else if (index.parts.empty()) {
