@@ -18,7 +18,7 @@ struct Ratio {
 /// Prints the time per element of one benchmark over its sizes.
 struct Growth {
   std::string label;
-  std::string benchmark;      ///< name without the size
+  std::string benchmark;  ///< name without the size
   std::vector<long> sizes;
 };
 

@@ -1,14 +1,13 @@
-#include "Report.h"
-
 #include <SliceData/slice_model/M2DSliceContourLayer.h>
 #include <SliceData/slice_model/M2DSlicePoint.h>
 
 #include <benchmark/benchmark.h>
-
 #include <chrono>
 #include <list>
 #include <memory>
 #include <vector>
+
+#include "Report.h"
 
 namespace {
 
@@ -56,11 +55,21 @@ void AppendInRounds(benchmark::State& state, long points_of_round) {
   state.SetItemsProcessed(state.iterations() * kPoints);
 }
 
-void AppendContourPointsFresh(benchmark::State& state) { AppendInRounds<M2DSliceContourLayer>(state, kPoints); }
-void AppendContourPointsWarm(benchmark::State& state) { AppendInRounds<M2DSliceContourLayer>(state, kPointsOfWarmRound); }
-void AppendVector(benchmark::State& state) { AppendInRounds<std::vector<M2DSlicePoint>>(state, kPoints); }
-void AppendVectorWarm(benchmark::State& state) { AppendInRounds<std::vector<M2DSlicePoint>>(state, kPointsOfWarmRound); }
-void AppendListWarm(benchmark::State& state) { AppendInRounds<std::list<M2DSlicePoint>>(state, kPointsOfWarmRound); }
+void AppendContourPointsFresh(benchmark::State& state) {
+  AppendInRounds<M2DSliceContourLayer>(state, kPoints);
+}
+void AppendContourPointsWarm(benchmark::State& state) {
+  AppendInRounds<M2DSliceContourLayer>(state, kPointsOfWarmRound);
+}
+void AppendVector(benchmark::State& state) {
+  AppendInRounds<std::vector<M2DSlicePoint>>(state, kPoints);
+}
+void AppendVectorWarm(benchmark::State& state) {
+  AppendInRounds<std::vector<M2DSlicePoint>>(state, kPointsOfWarmRound);
+}
+void AppendListWarm(benchmark::State& state) {
+  AppendInRounds<std::list<M2DSlicePoint>>(state, kPointsOfWarmRound);
+}
 
 BENCHMARK(AppendContourPointsFresh)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(AppendContourPointsWarm)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -110,8 +119,9 @@ void RemoveAndAddAgain(benchmark::State& state) {
     AddLastOfEach(layer, state.range(0));
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
-  bench::AddFigure("removing and adding again " + std::to_string(state.range(0)) + " of 20 M points, any number of times: " +
-                   std::to_string(pool.GetNumBlocks() - before) + " blocks more (goal: at most 1)");
+  bench::AddFigure("removing and adding again " + std::to_string(state.range(0)) +
+                   " of 20 M points, any number of times: " + std::to_string(pool.GetNumBlocks() - before) +
+                   " blocks more (goal: at most 1)");
 }
 BENCHMARK(RemoveAndAddAgain)->Arg(74)->Arg(10'000)->Arg(200'000)->Iterations(10)->Unit(benchmark::kMicrosecond);
 

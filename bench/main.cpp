@@ -1,12 +1,12 @@
-#include "Report.h"
-
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "Child.h"
+#include "Report.h"
 
 namespace bench {
 
@@ -60,7 +60,8 @@ void PrintRatios(Reporter const& reporter) {
   for (Ratio const& ratio : Ratios()) {
     double const ours = reporter.Median(ratio.ours);
     double const baseline = reporter.Median(ratio.baseline);
-    if (ours >= 0 && baseline > 0) std::printf("%-72s %8.3f  %s\n", ratio.label.c_str(), ours / baseline, ratio.goal.c_str());
+    if (ours >= 0 && baseline > 0)
+      std::printf("%-72s %8.3f  %s\n", ratio.label.c_str(), ours / baseline, ratio.goal.c_str());
   }
 }
 
@@ -78,8 +79,12 @@ void PrintGrowth(Reporter const& reporter) {
 
 }  // namespace
 
-Register::Register(Ratio const& ratio) { Ratios().push_back(ratio); }
-Register::Register(Growth const& growth) { Growths().push_back(growth); }
+Register::Register(Ratio const& ratio) {
+  Ratios().push_back(ratio);
+}
+Register::Register(Growth const& growth) {
+  Growths().push_back(growth);
+}
 
 void AddFigure(std::string const& line) {
   if (std::find(Figures().begin(), Figures().end(), line) == Figures().end()) Figures().push_back(line);
@@ -88,6 +93,9 @@ void AddFigure(std::string const& line) {
 }  // namespace bench
 
 int main(int argc, char** argv) {
+  int exit_code = 0;
+  if (bench::RunIfChild(argc, argv, exit_code)) return exit_code;
+
   // Repetitions of all benchmarks in random order: baselines and ours see the same machine. Options given come last.
   std::vector<std::string> arguments = {argv[0], "--benchmark_enable_random_interleaving=true",
                                         "--benchmark_repetitions=5", "--benchmark_min_time=0.2"};

@@ -1,10 +1,7 @@
 #ifdef SLICEDATA_PROGRAM
 
-#include "Report.h"
-
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -17,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+#include "Report.h"
 
 // The program on a file that is larger than the memory it may take.
 

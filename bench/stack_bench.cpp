@@ -1,10 +1,9 @@
-#include "Report.h"
-
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
 #include <benchmark/benchmark.h>
-
 #include <vector>
+
+#include "Report.h"
 
 namespace {
 
@@ -19,7 +18,8 @@ void BuildStackUpward(benchmark::State& state) {
   }
 }
 BENCHMARK(BuildStackUpward)->Arg(1000)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
-bench::Register const growth(bench::Growth{"build a stack upward, per slice", "BuildStackUpward", {1000, 10'000, 100'000, 1'000'000}});
+bench::Register const growth(bench::Growth{
+    "build a stack upward, per slice", "BuildStackUpward", {1000, 10'000, 100'000, 1'000'000}});
 
 constexpr long kSlices = 100'000;
 

@@ -1,13 +1,12 @@
-#include "Report.h"
-
 #include <SliceData/geometry/Transform.h>
 #include <SliceData/geometry/Transformation.h>
 #include <SliceData/slice_model/M2DSliceContourLayer.h>
 #include <SliceData/slice_model/M2DSlicePoint.h>
 
 #include <benchmark/benchmark.h>
-
 #include <vector>
+
+#include "Report.h"
 
 namespace {
 
@@ -63,8 +62,12 @@ void TransformFlat(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void TransformFlatArray(benchmark::State& state) { TransformFlat<M2DSliceContourPoint>(state); }
-void TransformFlatCoordinates(benchmark::State& state) { TransformFlat<M2DSlicePoint>(state); }
+void TransformFlatArray(benchmark::State& state) {
+  TransformFlat<M2DSliceContourPoint>(state);
+}
+void TransformFlatCoordinates(benchmark::State& state) {
+  TransformFlat<M2DSlicePoint>(state);
+}
 
 /// A mapping that is no matrix, so that each point costs a virtual call.
 void TransformContoursByChain(benchmark::State& state) {
@@ -84,13 +87,15 @@ BENCHMARK(TransformContoursByChain)->Arg(10'000)->Unit(benchmark::kMicrosecond);
 
 bench::Register const in_cache(bench::Ratio{"Transform 10,000 contour points by a matrix / flat array of the points",
                                             "TransformContours/10000", "TransformFlatArray/10000", "<= 2.5"});
-bench::Register const in_memory(bench::Ratio{"Transform 1,000,000 contour points by a matrix / flat array of the points",
-                                             "TransformContours/1000000", "TransformFlatArray/1000000", "<= 2.5"});
+bench::Register const in_memory(bench::Ratio{
+    "Transform 1,000,000 contour points by a matrix / flat array of the points", "TransformContours/1000000",
+    "TransformFlatArray/1000000", "<= 2.5"});
 bench::Register const bare(bench::Ratio{"Transform 10,000 contour points by a matrix / flat array of x and y",
                                         "TransformContours/10000", "TransformFlatCoordinates/10000", ""});
 bench::Register const bare_large(bench::Ratio{"Transform 1,000,000 contour points by a matrix / flat array of x and y",
                                               "TransformContours/1000000", "TransformFlatCoordinates/1000000", ""});
-bench::Register const chain(bench::Ratio{"Transform 10,000 contour points by a chain of two (virtual calls) / flat array",
-                                         "TransformContoursByChain/10000", "TransformFlatArray/10000", ""});
+bench::Register const chain(bench::Ratio{
+    "Transform 10,000 contour points by a chain of two (virtual calls) / flat array", "TransformContoursByChain/10000",
+    "TransformFlatArray/10000", ""});
 
 }  // namespace
