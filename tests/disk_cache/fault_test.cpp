@@ -162,6 +162,7 @@ TEST_P(Faults, WithoutAPlaceForScratchFilesDataStaysInMemory) {
 }
 
 TEST_P(Faults, WithoutDescriptorsDataStaysInMemory) {
+  if (!NoDescriptors::kIsPossible) GTEST_SKIP() << "the sanitizer needs descriptors itself";
   for (long i = 0; i < kSlices; ++i) AddSlice(i);
   M2DSliceTempFile::SetMaxFileSize(~0ul);
   {
