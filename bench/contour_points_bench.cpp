@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <list>
+#include <malloc.h>
 #include <memory>
 #include <vector>
 
@@ -39,11 +40,14 @@ void AppendTo(Container& container, long points) {
 }
 
 /// Appends all points in rounds, each to a new container; emptying a container is not timed. One round comes first
-/// without being timed: the first use of a page since the machine started can cost many times a later one.
+/// without being timed: the first use of a page since the machine started can cost many times a later one. What the
+/// heap has kept from other benchmarks goes back to the system before a round of all points, which is to get fresh
+/// memory.
 template <class Container>
 void AppendInRounds(benchmark::State& state, long points_of_round) {
   for (auto _ : state) {
     AppendTo(*std::make_unique<Container>(), points_of_round);
+    if (points_of_round == kPoints) malloc_trim(0);
     double seconds = 0;
     for (long done = 0; done < kPoints; done += points_of_round) {
       auto container = std::make_unique<Container>();

@@ -1,3 +1,5 @@
+#include <SliceData/platform/file_io/TemporaryDirectory.h>
+
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
@@ -112,5 +114,7 @@ int main(int argc, char** argv) {
   bench::PrintGrowth(reporter);
   if (!bench::Figures().empty()) std::printf("\nFigures\n");
   for (std::string const& line : bench::Figures()) std::printf("%s\n", line.c_str());
+  // What benchmarks keep for each other until the end.
+  VelSDK::FileIO::FileSystem::TemporaryDirectory::RemoveAllFromSignalHandler();
   return 0;
 }
