@@ -160,6 +160,14 @@ TEST(CliSource, RoundsToNearestAndDropsARepeatedLastPointAfterRounding) {
   EXPECT_EQ(DescribeCli(Ascii("$$LAYER/0.5\n", "$$UNITS/0.0003\n")), "z 2\n");
 }
 
+TEST(CliSource, TellsThatSomethingStandsBehindTheEnd) {
+  FormatReport report;
+  EXPECT_EQ(DescribeCli(Ascii("$$LAYER/1\n") + "\n \n", &report), "z 10000\n");
+  EXPECT_THAT(report.GetNotes(), IsEmpty());
+  EXPECT_EQ(DescribeCli(Ascii("$$LAYER/1\n") + Ascii("$$LAYER/2\n"), &report), "z 10000\n");
+  EXPECT_EQ(report.GetNotes().size(), 1u);
+}
+
 class CliBinaryLayouts : public testing::TestWithParam<Layout> {};
 
 TEST_P(CliBinaryLayouts, HoldAllCommands) {

@@ -77,6 +77,8 @@ TEST(SliceStack, PositionsAreOrderedByZAndAnExistingOneStays) {
   EXPECT_THAT(Heights(stack), ElementsAre(20, 25, 30));
   EXPECT_EQ(stack.GetZMin(), 20);
   EXPECT_EQ(stack.GetZMax(), 30);
+  stack.GetSlice(0)->GetZArea().SetZ(99);
+  EXPECT_EQ(stack.GetZMin(), 20) << "the position answers, and not what the slice says now";
 }
 
 TEST(SliceStack, TheGridIsHalfOpen) {

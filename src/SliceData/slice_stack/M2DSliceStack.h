@@ -24,8 +24,9 @@
 /// beyond 214 m they do not survive.
 ///
 /// Heights are internal units (0.1 µm). No operation takes a lock, and const operations fill caches, so threads that
-/// share a stack use its shared reference and `M2DSliceStackLockGuard`. Stacks are made and destroyed one at a time.
-/// Indices are not checked.
+/// share a stack use its shared reference and `M2DSliceStackLockGuard`. Scratch files belong to the whole process: work
+/// on stacks that page is done by one thread at a time, on different stacks, too. Stacks are made and destroyed one at
+/// a time. Indices are not checked.
 class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference {
  public:
   /// With the process-wide default caching type.

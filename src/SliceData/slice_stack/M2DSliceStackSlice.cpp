@@ -126,7 +126,7 @@ void M2DSliceStackSlice::_StartWaiting() {
   ForEachRow([&](auto row) { decltype(row)::Component(*this)._StartWaiting(); });
 }
 
-void M2DSliceStackSlice::_DropInitialSource() const {
+void M2DSliceStackSlice::_DropInitialSource() {
   m_validated = true;
   m_initial_source.reset();
   m_source_index = 0;

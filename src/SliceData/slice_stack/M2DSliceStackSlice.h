@@ -61,7 +61,7 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
 
   void _ValidateFromInitialSource() const;
   void _StartWaiting();
-  void _DropInitialSource() const;
+  void _DropInitialSource();
   void _BeforeAccess(AccessHook hook) const;
   void _BeforeChange();
   void _AfterChange();
