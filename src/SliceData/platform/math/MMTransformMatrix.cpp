@@ -1,4 +1,6 @@
 #include <SliceData/platform/math/MMTransformMatrix.h>
+#include <SliceData/platform/sax/MStreamTextIn.h>
+#include <SliceData/platform/sax/MStreamTextOut.h>
 
 void MMTransformMatrix::MakeTranslation(double dx, double dy, double dz) {
   *this = MMTransformMatrix();
@@ -23,4 +25,19 @@ void MMTransformMatrix::FillInTranslation(double dx, double dy, double dz) {
   SetElement(0, 3, dx);
   SetElement(1, 3, dy);
   SetElement(2, 3, dz);
+}
+
+MStreamTextOut& operator<<(MStreamTextOut& out, MMTransformMatrix const& matrix) {
+  double elements[16];
+  matrix.GetDouble16(elements);
+  for (double const element : elements) out << element;
+  return out;
+}
+
+MStreamTextIn& operator>>(MStreamTextIn& in, MMTransformMatrix& matrix) {
+  double elements[16];
+  matrix.GetDouble16(elements);
+  for (double& element : elements) in >> element;
+  matrix.MakeFromDouble16(elements);
+  return in;
 }

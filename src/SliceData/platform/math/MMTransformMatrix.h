@@ -2,6 +2,9 @@
 
 #include <SliceData/platform/math/MMTransform.h>
 
+class MStreamTextIn;
+class MStreamTextOut;
+
 /// A placement in space, as a row-major 4 x 4 matrix. The translation is in column 3.
 class VELSDK_EXPORT MMTransformMatrix : public MMTransform {
  public:
@@ -15,3 +18,8 @@ class VELSDK_EXPORT MMTransformMatrix : public MMTransform {
   /// Replaces the translation and leaves the rest.
   void FillInTranslation(double dx, double dy, double dz);
 };
+
+/// The sixteen elements as document text, row by row. Where a text has fewer numbers, the last elements stay as they
+/// were.
+VELSDK_EXPORT MStreamTextOut& operator<<(MStreamTextOut& out, MMTransformMatrix const& matrix);
+VELSDK_EXPORT MStreamTextIn& operator>>(MStreamTextIn& in, MMTransformMatrix& matrix);

@@ -76,6 +76,9 @@ class VELSDK_EXPORT PersistentProperties {
     return value;
   }
 
+  /// Appends a property.
+  void AddProperty(std::unique_ptr<PersistentPropertyBase> property) { m_properties.push_back(std::move(property)); }
+
   /// Removes all properties of that name.
   void RemoveProperties(std::string name);
 

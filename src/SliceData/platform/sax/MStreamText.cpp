@@ -41,13 +41,19 @@ MStreamTextIn& MStreamTextIn::_Number(T& value) {
   std::size_t begin = m_text.find_first_not_of(kWhiteSpace, m_position);
   if (begin == std::string::npos) {
     m_position = m_text.size();
+    m_failed = true;
     return *this;
   }
   if (m_text[begin] == '+') ++begin;
   char const* const end = m_text.data() + m_text.size();
   auto const result = std::from_chars(m_text.data() + begin, end, value);
-  m_position = static_cast<std::size_t>((result.ec == std::errc() ? result.ptr : end) - m_text.data());
+  m_failed |= result.ec != std::errc();
+  m_position = static_cast<std::size_t>((m_failed ? end : result.ptr) - m_text.data());
   return *this;
+}
+
+bool MStreamTextIn::IsUsedUp() const {
+  return !m_failed && m_text.find_first_not_of(kWhiteSpace, m_position) == std::string::npos;
 }
 
 MStreamTextIn& MStreamTextIn::operator>>(bool& value) {

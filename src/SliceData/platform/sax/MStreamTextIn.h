@@ -17,10 +17,14 @@ class VELSDK_EXPORT MStreamTextIn {
   MStreamTextIn& operator>>(long& value);
   MStreamTextIn& operator>>(unsigned long& value);
 
+  /// True if every value that was asked for could be parsed and nothing but white space is left.
+  bool IsUsedUp() const;
+
  private:
   template <class T>
   MStreamTextIn& _Number(T& value);
 
   std::string m_text;
   std::size_t m_position = 0;
+  bool m_failed = false;
 };

@@ -1,0 +1,54 @@
+#include <SliceData/platform/common/SaxUtilities.h>
+#include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MDocumentError.h>
+#include <SliceData/platform/sax/MDocumentReader.h>
+#include <SliceData/platform/sax/MDocumentWriter.h>
+
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+namespace VelAM::SaxUtilities {
+
+namespace {
+
+std::shared_ptr<MDocument const> Open(std::string const& path) {
+  try {
+    return std::make_shared<MDocument>(path);
+  } catch (std::system_error const& error) {
+    throw MDocumentError(error.what());
+  }
+}
+
+}  // namespace
+
+bool ReadFile(std::string const& path, ISAXPersist& root, ReadReport* report) {
+  ReadReport ignored;
+  ReadReport& told = report != nullptr ? *report : ignored;
+  told.kind.clear();
+  told.error.clear();
+  told.warnings.clear();
+  std::unique_ptr<MDocumentReader> reader;
+  try {
+    auto const document = Open(path);
+    told.kind = document->GetKind();
+    reader = std::make_unique<MDocumentReader>(document);
+    for (std::string const& refusal : told.expected_refusals) reader->ExpectRefusal(refusal);
+    reader->Read(root);
+  } catch (MDocumentError const& error) {
+    told.error = error.what();
+  }
+  if (reader != nullptr) told.warnings = reader->GetWarnings();
+  return told.error.empty();
+}
+
+bool WriteFile(std::string const& path, ISAXPersistBase const& root, WriteOptions const& options) {
+  MDocumentWriter writer(path, options.kind);
+  if (!root.Write(writer)) {
+    throw std::runtime_error(path + ": the document could not be written; see to its elements and write it anew");
+  }
+  writer.Finish();
+  return true;
+}
+
+}  // namespace VelAM::SaxUtilities

@@ -1,0 +1,3 @@
+#include <SliceData/platform/sax/MDocumentError.h>
+
+MDocumentError::~MDocumentError() = default;

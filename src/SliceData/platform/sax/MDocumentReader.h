@@ -1,0 +1,45 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MSAXReader.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Reads a document into elements, the whole or single children of its root. One part is in memory at a time.
+///
+/// A tag that an element refuses is skipped with its children. Throws `MDocumentError` for what is wrong with the
+/// document; what the elements throw passes through.
+class VELSDK_EXPORT MDocumentReader final : public MSAXReader {
+ public:
+  explicit MDocumentReader(std::shared_ptr<MDocument const> document);
+  ~MDocumentReader();
+  MDocumentReader(MDocumentReader const&) = delete;
+  MDocumentReader& operator=(MDocumentReader const&) = delete;
+
+  /// Names a tag, as "PARENT/TAG", that is refused by design: it is no warning.
+  void ExpectRefusal(std::string const& path);
+
+  /// The children of the root go to `root`.
+  void Read(ISAXPersist& root);
+  /// The children of a child of the root go to `object`. Cheap for one child after the other; the part of the last one
+  /// is kept.
+  void ReadChild(unsigned long part, unsigned long ordinal, ISAXPersist& object);
+
+  /// What was skipped so far: one text for each path of tags.
+  std::vector<std::string> GetWarnings() const;
+
+  void ReadSubObject(ISAXPersist& object) override;
+  void ReadOwnedSubObject(ISAXPersist* object) override;
+  bool ReadString(std::string& value) override;
+  bool GetBinaryStream(BinaryInHolder*& holder) override;
+  std::map<std::string, std::string> GetAttributes() const override;
+  std::string GetEnclosingTag(int level) const override;
+  std::string GetTagText() const override;
+
+ private:
+  class Reading;
+  std::unique_ptr<Reading> m_reading;
+};

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// How documents hold names, texts and references, for writers and readers of documents.
+///
+/// XML takes few bytes in names and not all in texts. In names and attribute texts the others are written as `_xHH_`
+/// (two upper-case hexadecimal digits); a leaf's text that holds others goes to the stream.
+namespace MDocumentText {
+
+/// The attributes that are the format's own. No encoded name looks like them.
+constexpr char const* kBytes = "_bytes";          ///< reference to a binary value
+constexpr char const* kText = "_text";            ///< reference to a text that lies in the stream
+constexpr char const* kContinued = "_continued";  ///< the tag goes on from the part before
+constexpr char const* kOffset = "_offset";        ///< in the contents
+
+constexpr std::size_t kMaxName = 1024;
+constexpr std::size_t kMaxAttribute = 65536;
+/// A byte of a name or an attribute may take so many in its escaped form.
+constexpr std::size_t kMaxEscape = 5;
+constexpr std::size_t kMaxText = 65536;  ///< longer ones go to the stream
+constexpr std::size_t kMaxDepth = 250;
+
+/// A binary value or a long text in the stream of its part.
+struct Reference {
+  std::uint64_t offset;
+  std::uint64_t size;
+  std::uint32_t crc;
+};
+
+/// True if the name can stand as it is.
+bool IsPlainName(char const* name, std::size_t size);
+std::string EncodeName(std::string_view name);
+/// For names and for attribute texts.
+std::string Decode(std::string_view encoded);
+/// An attribute text, with what stands between the quotes escaped.
+std::string EncodeAttribute(std::string_view text);
+
+/// True if XML can hold the text: UTF-8 without control characters but tab, newline and carriage return.
+bool IsXmlText(std::string_view text);
+/// Bytes of the text that have to be escaped, in the content of a tag.
+bool NeedsEscapes(std::string_view text);
+std::string Escape(std::string_view text);
+
+VELSDK_EXPORT std::string ToText(Reference const& reference);
+/// False if the text is no reference.
+bool FromText(std::string_view text, Reference& reference);
+
+/// The whole text as a decimal number; false if it is none.
+bool FromText(std::string_view text, std::uint64_t& number);
+
+/// Entries of the archive; parts count from 0.
+VELSDK_EXPORT std::string TreeName(unsigned long part);
+VELSDK_EXPORT std::string StreamName(unsigned long part);
+constexpr char const* kContentsName = "contents.xml";
+
+constexpr std::size_t kPartTextGoal = std::size_t{4} << 20;
+constexpr std::size_t kPartTextLimit = std::size_t{8} << 20;
+constexpr std::size_t kPartStreamGoal = std::size_t{64} << 20;
+
+}  // namespace MDocumentText

@@ -1,0 +1,491 @@
+#include <SliceData/platform/file_io/MPendingFile.h>
+#include <SliceData/platform/file_io/MZipWriter.h>
+#include <SliceData/platform/sax/BinaryOutHolder.h>
+#include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MDocumentText.h>
+#include <SliceData/platform/sax/MDocumentWriter.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <libdeflate.h>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using MDocumentText::Reference;
+
+/// The texts of the leaves that the contents repeat.
+constexpr std::size_t kMaxHeadText = 64;
+/// So many tags of a child of the root, and so many bytes, are looked through for them.
+constexpr int kNumHeadTags = 2;
+constexpr std::size_t kMaxHead = 4096;
+/// A text that comes late is in one of the first so many children of the root.
+constexpr std::size_t kMaxLateHead = 8;
+
+/// The text of a part while it grows.
+class TextBuffer {
+ public:
+  std::size_t GetSize() const { return m_size; }
+  std::string_view GetText() const { return {m_bytes.get(), m_size}; }
+  void Clear() { m_size = 0; }
+
+  void Append(char byte) {
+    if (m_size == m_capacity) _Grow(1);
+    m_bytes[m_size++] = byte;
+  }
+  void Append(std::string_view text) {
+    if (m_capacity - m_size < text.size()) _Grow(text.size());
+    std::memcpy(m_bytes.get() + m_size, text.data(), text.size());
+    m_size += text.size();
+  }
+
+ private:
+  [[gnu::noinline]] void _Grow(std::size_t more) {
+    std::size_t const capacity = std::max(m_size + more, 2 * m_capacity + 4096);
+    std::unique_ptr<char[]> bytes(new char[capacity]);
+    if (m_size != 0) std::memcpy(bytes.get(), m_bytes.get(), m_size);
+    m_bytes = std::move(bytes);
+    m_capacity = capacity;
+  }
+
+  std::unique_ptr<char[]> m_bytes;
+  std::size_t m_size = 0;
+  std::size_t m_capacity = 0;
+};
+
+/// The binary values of a part, one after the other, on their way to the archive.
+class StreamOut final : public MSAXStreamBinaryOut, public BinaryOutHolder {
+ public:
+  explicit StreamOut(MZipWriter& zip) : m_zip(zip), m_buffer(new char[kBufferSize]) {
+    m_cursor = m_value_begin = m_buffer.get();
+    m_end = m_cursor + kBufferSize;
+  }
+
+  MSAXStreamBinaryOut& GetStream() override { return *this; }
+
+  /// The bytes of the part so far.
+  std::uint64_t GetSize() const { return m_handed_over + static_cast<std::uint64_t>(m_cursor - m_buffer.get()); }
+
+  void StartValue() {
+    while (GetSize() % 4 != 0) *this << '\0';
+    m_value = {GetSize(), 0, 0};
+    m_value_begin = m_cursor;
+  }
+  Reference EndValue() {
+    _CheckSum();
+    m_value.size = GetSize() - m_value.offset;
+    return m_value;
+  }
+
+  /// Hands everything over; the next value begins a new stream.
+  void EndPart() {
+    if (m_cursor != m_buffer.get()) _HandOver();
+    m_handed_over = 0;
+  }
+
+ private:
+  /// Pieces of this size and more go to the disk without another copy.
+  static constexpr std::size_t kBufferSize = MPendingFile::kBufferSize + kMaxPiece;
+
+  StreamOut& operator<<(char byte) {
+    *PrepareWrite(1) = byte;
+    CommitWrite(1);
+    return *this;
+  }
+
+  void _CheckSum() {
+    m_value.crc = libdeflate_crc32(m_value.crc, m_value_begin, static_cast<std::size_t>(m_cursor - m_value_begin));
+    m_value_begin = m_cursor;
+  }
+
+  void _MakeRoom() override {
+    _CheckSum();
+    _HandOver();
+  }
+
+  void _HandOver() {
+    auto const size = static_cast<std::size_t>(m_cursor - m_buffer.get());
+    m_zip.Write(m_buffer.get(), size);
+    m_handed_over += size;
+    m_cursor = m_value_begin = m_buffer.get();
+  }
+
+  MZipWriter& m_zip;
+  std::unique_ptr<char[]> m_buffer;
+  char* m_value_begin;  ///< of the bytes of the value that are in the buffer and in no check sum yet
+  Reference m_value{};
+  std::uint64_t m_handed_over = 0;
+};
+
+/// A child of the root, for the contents.
+struct Head {
+  std::string tag;
+  std::uint64_t offset;
+  std::string leaves;  ///< as attributes
+};
+
+}  // namespace
+
+class MDocumentWriter::Writing {
+ public:
+  Writing(std::string path, std::string const& kind) : m_file(std::move(path)), m_zip(m_file), m_stream(m_zip) {
+    m_contents = "<Contents format=\"" + std::to_string(MDocument::kMajorVersion) + "." +
+                 std::to_string(MDocument::kMinorVersion) + "\" kind=\"" + MDocumentText::EncodeAttribute(kind) + "\">";
+    StartTag("Document");
+  }
+
+  void StartTag(char const* name) {
+    if (m_failure != nullptr) std::rethrow_exception(m_failure);
+    if (_IsPartFull()) _NextPart();
+    if (m_open.size() == MDocumentText::kMaxDepth) {
+      throw std::logic_error(std::string("too many tags inside each other at '") + name + "'; flatten the document");
+    }
+    _CloseStart();
+    std::size_t const begin = m_names.size();
+    std::size_t const size = std::strlen(name);
+    if (size > MDocumentText::kMaxName) {
+      throw std::logic_error("a tag's name is longer than 1 KiB; give it a shorter one");
+    }
+    if (MDocumentText::IsPlainName(name, size)) {
+      m_names.append(name, size);
+    } else {
+      m_names += MDocumentText::EncodeName({name, size});
+    }
+    m_open.push_back(begin);
+    _NoteStart();
+    m_text.Append('<');
+    m_text.Append(_CurrentName());
+    m_start_is_open = true;
+  }
+
+  void EndTag(char const* name) noexcept {
+    if (m_failure != nullptr) return;
+    try {
+      if (m_open.size() < 2) throw std::logic_error(std::string("no tag is open that '") + name + "' could end");
+      if (_CurrentName() != name && _CurrentName() != MDocumentText::EncodeName(name)) {
+        throw std::logic_error(std::string("'") + name + "' ends a tag that is called otherwise; end them in turn");
+      }
+      if (m_is_head) _NoteEnd();
+      _EndCurrent();
+    } catch (...) {
+      m_failure = std::current_exception();
+    }
+  }
+
+  void WriteAttribute(char const* name, std::string const& value) {
+    if (!m_start_is_open) throw std::logic_error("an attribute comes after the content of its tag; write it before");
+    std::string encoded = MDocumentText::EncodeName(name);
+    if (std::strlen(name) > MDocumentText::kMaxName || value.size() > MDocumentText::kMaxAttribute) {
+      throw std::logic_error("an attribute is longer than 64 KiB, or its name than 1 KiB; write it as a tag");
+    }
+    m_attributes.emplace_back(std::move(encoded), MDocumentText::EncodeAttribute(value));
+  }
+
+  void WriteText(std::string const& text) {
+    if (!m_attributes.empty() && m_attributes.back().first == MDocumentText::kText) {
+      throw std::logic_error("a text comes after a long or binary one in the same tag; write one text");
+    }
+    if (text.size() > MDocumentText::kMaxText || !MDocumentText::IsXmlText(text)) {
+      if (!m_start_is_open || m_value_is_open) {
+        throw std::logic_error("a long or binary text comes after other content of its tag; write it in a tag alone");
+      }
+      StartValue();
+      m_stream.Write(text.data(), text.size());
+      _WriteReference(MDocumentText::kText);
+      return;
+    }
+    if (_IsInHead() && text.size() <= kMaxHeadText) {
+      m_leaf = text;
+      m_leaf_depth = m_open.size();
+    }
+    if (text.empty()) return;
+    _CloseStart();
+    if (m_part == 0 && m_open.size() == 2 && m_heads.size() <= kMaxLateHead) m_uncounted += text.size();
+    if (MDocumentText::NeedsEscapes(text)) {
+      m_text.Append(MDocumentText::Escape(text));
+    } else {
+      m_text.Append(text);
+    }
+  }
+
+  BinaryOutHolder* StartValue() {
+    if (m_value_is_open) throw std::logic_error("another binary value is being written; finish it first");
+    if (!m_part_has_stream) m_zip.StartStored(MDocumentText::StreamName(m_part));
+    m_part_has_stream = true;
+    m_stream.StartValue();
+    m_value_is_open = true;
+    return &m_stream;
+  }
+
+  void WriteValue(char const* name, BinaryOutHolder** holder) {
+    if (!m_value_is_open || holder == nullptr || *holder != &m_stream) {
+      throw std::logic_error("this is not the binary value that is being written; create it first");
+    }
+    *holder = nullptr;
+    StartTag(name);
+    _WriteReference(MDocumentText::kBytes);
+    EndTag(name);
+  }
+
+  void WriteLate(char const* name) {
+    if (m_part != 0 || m_open.size() != 1 || m_heads.size() >= kMaxLateHead || m_late_head != kNoHead) {
+      throw std::logic_error("a late text stands once in a document, in one of the first tags");
+    }
+    StartTag(name);
+    _CloseStart();
+    m_late_head = m_heads.size() - 1;
+    m_late_position = m_text.GetSize();
+    EndTag(name);
+  }
+
+  void SetLate(std::string const& text) { m_late_text = text; }
+
+  void Finish() {
+    if (m_failure != nullptr) std::rethrow_exception(m_failure);
+    if (m_open.size() != 1 || m_value_is_open) {
+      throw std::logic_error("the document is finished inside a tag; end all tags first");
+    }
+    _EndPart();
+    _WriteFirstPart();
+    m_zip.Add(MDocumentText::kContentsName, m_contents + m_first_contents + m_later_contents + "</Contents>");
+    m_zip.Finish();
+    m_file.Commit();
+  }
+
+ private:
+  static constexpr std::size_t kNoHead = static_cast<std::size_t>(-1);
+
+  /// The head of a child of the root stays in one part, so that the contents can tell it.
+  bool _IsPartFull() {
+    bool const is_full = m_text.GetSize() - m_uncounted >= MDocumentText::kPartTextGoal ||
+                         m_stream.GetSize() >= MDocumentText::kPartStreamGoal;
+    return is_full && !m_value_is_open && !_IsInHead();
+  }
+
+  bool _IsInHead() const { return m_is_head && m_text.GetSize() - m_heads.back().offset < kMaxHead; }
+
+  std::string_view _CurrentName() const { return std::string_view(m_names).substr(m_open.back()); }
+
+  void _CloseStart() {
+    if (!m_start_is_open) return;
+    if (!m_attributes.empty()) _WriteAttributes();
+    m_text.Append('>');
+    m_start_is_open = false;
+  }
+
+  [[gnu::noinline]] void _WriteAttributes() {
+    std::sort(m_attributes.begin(), m_attributes.end());
+    auto const twice = std::adjacent_find(m_attributes.begin(), m_attributes.end(),
+                                          [](auto const& a, auto const& b) { return a.first == b.first; });
+    if (twice != m_attributes.end()) {
+      throw std::logic_error("the attribute '" + twice->first + "' is written twice; write it once");
+    }
+    for (auto const& [name, value] : m_attributes) {
+      m_text.Append(' ');
+      m_text.Append(name);
+      m_text.Append("=\"");
+      m_text.Append(value);
+      m_text.Append('"');
+    }
+    m_attributes.clear();
+  }
+
+  void _EndCurrent() {
+    if (m_start_is_open) {
+      if (!m_attributes.empty()) _WriteAttributes();
+      m_text.Append("/>");
+      m_start_is_open = false;
+    } else {
+      m_text.Append("</");
+      m_text.Append(_CurrentName());
+      m_text.Append('>');
+    }
+    m_names.resize(m_open.back());
+    m_open.pop_back();
+  }
+
+  void _WriteReference(char const* attribute) {
+    m_attributes.emplace_back(attribute, MDocumentText::ToText(m_stream.EndValue()));
+    m_value_is_open = false;
+  }
+
+  /// A child of the root begins, or a tag in it.
+  void _NoteStart() {
+    if (m_open.size() == 2) {
+      m_heads.push_back({std::string(_CurrentName()), m_text.GetSize(), {}});
+      m_is_head = true;
+      m_num_head_tags = 0;
+    } else if (m_open.size() == 3 && m_is_head) {
+      m_is_head = ++m_num_head_tags <= kNumHeadTags;
+    }
+    m_leaf_depth = 0;
+  }
+
+  void _NoteEnd() {
+    if (m_leaf_depth == m_open.size()) {
+      std::string const attribute = " " + std::string(_CurrentName()) + "=\"";
+      std::string& leaves = m_heads.back().leaves;
+      if (leaves.find(attribute) == std::string::npos)
+        leaves += attribute + MDocumentText::EncodeAttribute(m_leaf) + '"';
+    }
+    m_leaf_depth = 0;
+    if (m_open.size() == 2) m_is_head = false;
+  }
+
+  /// Ends the part between two tags; what is open goes on in the next one.
+  void _NextPart() {
+    _CloseStart();
+    std::string const names = m_names;
+    std::vector<std::size_t> const open = m_open;
+    m_is_head = false;
+    while (m_open.size() > 1) _EndCurrent();
+    _EndPart();
+
+    m_names = names;
+    m_open = open;
+    for (std::size_t i = 0; i < open.size(); ++i) {
+      std::size_t const end = i + 1 < open.size() ? open[i + 1] : names.size();
+      m_text.Append('<');
+      m_text.Append(std::string_view(names).substr(open[i], end - open[i]));
+      if (i == 0) {
+        m_text.Append('>');
+      } else {
+        m_text.Append(' ');
+        m_text.Append(MDocumentText::kContinued);
+        m_text.Append("=\"1\">");
+      }
+    }
+  }
+
+  /// Writes the part that ends here, but for the text of the first one, which stays open to its late text.
+  void _EndPart() {
+    _EndCurrent();
+    if (m_text.GetSize() > MDocumentText::kPartTextLimit) {
+      throw std::logic_error(
+          "too many tags around one binary value, or too much in one tag; write less between two tags");
+    }
+    if (m_part_has_stream) {
+      m_stream.EndPart();
+      m_zip.EndStored();
+    }
+    if (m_part == 0) {
+      m_first_text = m_text.GetText();
+      m_first_heads = std::exchange(m_heads, {});
+      m_first_has_stream = m_part_has_stream;
+    } else {
+      m_zip.Add(MDocumentText::TreeName(m_part), m_text.GetText());
+      _AppendContents(m_later_contents, m_part, m_part_has_stream, m_heads);
+      m_heads.clear();
+    }
+    m_text.Clear();
+    m_uncounted = 0;
+    ++m_part;
+    m_part_has_stream = false;
+  }
+
+  void _WriteFirstPart() {
+    if (m_late_head != kNoHead) {
+      std::string const text = MDocumentText::Escape(m_late_text);
+      m_first_text.insert(m_late_position, text);
+      for (std::size_t i = m_late_head + 1; i < m_first_heads.size(); ++i) m_first_heads[i].offset += text.size();
+      Head& late = m_first_heads[m_late_head];
+      late.leaves = " " + late.tag + "=\"" + MDocumentText::EncodeAttribute(m_late_text) + '"';
+    }
+    m_zip.Add(MDocumentText::TreeName(0), m_first_text);
+    _AppendContents(m_first_contents, 0, m_first_has_stream, m_first_heads);
+  }
+
+  static void _AppendContents(std::string& contents, unsigned long part, bool has_stream,
+                              std::vector<Head> const& heads) {
+    contents += "<Part";
+    if (has_stream) contents += " stream=\"" + MDocumentText::StreamName(part) + '"';
+    contents += " tree=\"" + MDocumentText::TreeName(part) + "\">";
+    for (Head const& head : heads) {
+      contents += '<' + head.tag + ' ' + MDocumentText::kOffset + "=\"" + std::to_string(head.offset) + '"';
+      contents += head.leaves + "/>";
+    }
+    contents += "</Part>";
+  }
+
+  MPendingFile m_file;
+  MZipWriter m_zip;
+  StreamOut m_stream;
+  TextBuffer m_text;  ///< of the part
+  /// Bytes of it that are texts of children of the root: parts end at the same tag whether one of them comes late or
+  /// not.
+  std::size_t m_uncounted = 0;
+  unsigned long m_part = 0;
+  bool m_part_has_stream = false;
+  bool m_value_is_open = false;
+
+  std::string m_names;              ///< of the open tags, encoded, one behind the other
+  std::vector<std::size_t> m_open;  ///< where each of them begins in it; the root is the first
+  bool m_start_is_open = false;     ///< attributes may still come
+  std::vector<std::pair<std::string, std::string>> m_attributes;
+
+  // What the contents tell of the children of the root.
+  std::vector<Head> m_heads;  ///< of the part
+  bool m_is_head = false;     ///< inside a child of the root, in its first tags
+  int m_num_head_tags = 0;
+  std::string m_leaf;            ///< text of the tag at `m_leaf_depth`
+  std::size_t m_leaf_depth = 0;  ///< 0 if no text has come
+  std::string m_contents;
+  std::string m_first_contents;
+  std::string m_later_contents;
+
+  std::string m_first_text;
+  std::vector<Head> m_first_heads;
+  bool m_first_has_stream = false;
+  std::size_t m_late_head = kNoHead;
+  std::size_t m_late_position = 0;
+  std::string m_late_text;
+
+  std::exception_ptr m_failure;  ///< of an end tag
+};
+
+MDocumentWriter::MDocumentWriter(std::string path, std::string const& kind)
+    : m_writing(std::make_unique<Writing>(std::move(path), kind)) {}
+MDocumentWriter::~MDocumentWriter() = default;
+
+void MDocumentWriter::StartTag(char const* name) {
+  m_writing->StartTag(name);
+}
+void MDocumentWriter::EndTag(char const* name) {
+  m_writing->EndTag(name);
+}
+void MDocumentWriter::RegisterRootObject(ISAXReference*) {}
+BinaryOutHolder* MDocumentWriter::CreateBinaryStream() {
+  return m_writing->StartValue();
+}
+BinaryOutHolder* MDocumentWriter::CreateBinaryStream(std::string const&) {
+  return m_writing->StartValue();
+}
+bool MDocumentWriter::WriteTextTag(char const* name, std::string const& value) {
+  m_writing->StartTag(name);
+  m_writing->WriteText(value);
+  m_writing->EndTag(name);
+  return true;
+}
+void MDocumentWriter::WriteBinaryStream(char const* name, BinaryOutHolder** holder) {
+  m_writing->WriteValue(name, holder);
+}
+bool MDocumentWriter::WriteTextAttribute(char const* name, std::string const& value) {
+  m_writing->WriteAttribute(name, value);
+  return true;
+}
+void MDocumentWriter::WriteTextValue(std::string const& text) {
+  m_writing->WriteText(text);
+}
+void MDocumentWriter::WriteLateTag(char const* name) {
+  m_writing->WriteLate(name);
+}
+void MDocumentWriter::SetLateText(std::string const& text) {
+  m_writing->SetLate(text);
+}
+void MDocumentWriter::Finish() {
+  m_writing->Finish();
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/sax/MSAXWriter.h>
+
+#include <memory>
+#include <string>
+
+/// Writes a document to a file, which appears under its name when `Finish` returns.
+///
+/// Memory stays bounded however large the document is: a piece of the tree, and a buffer for binary values. The same
+/// tags give the same bytes; names of binary streams are not kept. One binary value is written at a time.
+///
+/// Throws `std::system_error` where the disk refuses and `std::logic_error` for tags that do not fit together, for more
+/// than 250 levels, names above 1 KiB and attributes above 64 KiB. `EndTag` keeps a failure back until `Finish`, since
+/// destructors call it.
+class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
+ public:
+  /// \param path  of the file
+  /// \param kind  what the document is, for who opens it
+  MDocumentWriter(std::string path, std::string const& kind);
+  /// Without `Finish`, no file is left.
+  ~MDocumentWriter();
+  MDocumentWriter(MDocumentWriter const&) = delete;
+  MDocumentWriter& operator=(MDocumentWriter const&) = delete;
+
+  void StartTag(char const* name) override;
+  void EndTag(char const* name) override;
+  void RegisterRootObject(ISAXReference* root) override;
+  BinaryOutHolder* CreateBinaryStream() override;
+  BinaryOutHolder* CreateBinaryStream(std::string const& name) override;
+  bool WriteTextTag(char const* name, std::string const& value) override;
+  void WriteBinaryStream(char const* name, BinaryOutHolder** holder) override;
+  bool WriteTextAttribute(char const* name, std::string const& value) override;
+  void WriteTextValue(std::string const& text) override;
+
+  /// Writes a tag whose text is not known yet: `SetLateText` gives it. Once a document, among the first tags.
+  void WriteLateTag(char const* name);
+  void SetLateText(std::string const& text);
+
+  /// Brings the document to the disk and gives it its name. Nothing may be written afterwards.
+  void Finish();
+
+ private:
+  class Writing;
+  std::unique_ptr<Writing> m_writing;
+};
