@@ -2,6 +2,7 @@
 #include <SliceData/geometry/MapPoint.h>
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/slice_model/M2DSliceLayerElements.h>
+#include <SliceData/slice_model/M2DSliceStoredItems.h>
 #include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
 #include <algorithm>
@@ -18,13 +19,10 @@
 
 namespace {
 
+using M2DSliceLayerElements::AddElement;
 using M2DSliceLayerElements::FillFacts;
 using M2DSliceLayerElements::NumItems;
-
-/// Items are handed to the file in pieces of at most this many bytes, with one check of its buffer a piece.
-constexpr std::size_t kPieceBytes = 32768;
-/// How far ahead memory is asked for: the items of an element mostly lie side by side.
-constexpr std::size_t kPrefetchBytes = 2048;
+using namespace M2DSliceStoredItems;
 
 std::string_view Tag(M2DSliceContourLayer const&) {
   return "Contours";
@@ -36,70 +34,19 @@ std::string_view Tag(M2DSlicePointLayer const&) {
   return "Points";
 }
 
-// The items of an element as they lie in a record: their number of values, and how they come and go.
+/// What stored values are unpacked to.
+template <class Value>
+using ItemOf = std::conditional_t<std::is_same_v<Value, Value4>, M2DSliceVector, M2DSlicePoint>;
 
-struct Value2 {
-  std::int32_t x, y;
-};
+/// The box of what is stored. That of a contour is the box of the stored values, that of a block of the full ones.
+struct Measure {
+  M2DSliceXYArea box;
 
-struct Value4 {
-  std::int32_t x1, y1, x2, y2;
-};
-
-std::int32_t Narrow(long value) {
-  return static_cast<std::int32_t>(value);
-}
-
-Value2 ToRecord(M2DSliceContourPoint const& point) {
-  return {Narrow(point.x), Narrow(point.y)};
-}
-Value2 ToRecord(M2DSlicePoint const& point) {
-  return {Narrow(point.x), Narrow(point.y)};
-}
-Value4 ToRecord(M2DSliceVector const& vector) {
-  return {Narrow(vector.x1), Narrow(vector.y1), Narrow(vector.x2), Narrow(vector.y2)};
-}
-
-template <class Layer>
-struct RecordOf {
-  using Value = Value2;
-};
-template <>
-struct RecordOf<M2DSliceVectorLayer> {
-  using Value = Value4;
-};
-
-auto Items(M2DSliceContour const& contour) {
-  return contour.GetPoints();
-}
-M2DSliceVectorBlock const& Items(M2DSliceVectorBlock const& block) {
-  return block;
-}
-M2DSlicePointBlock const& Items(M2DSlicePointBlock const& block) {
-  return block;
-}
-
-/// The box of a contour is that of the stored values, the box of a block that of the full ones.
-void ExtendByItem(M2DSliceXYArea& area, M2DSliceContourPoint const&, Value2 const& stored) {
-  area.Extend(stored.x, stored.y);
-}
-void ExtendByItem(M2DSliceXYArea& area, M2DSlicePoint const& point, Value2 const&) {
-  area.Extend(point.x, point.y);
-}
-void ExtendByItem(M2DSliceXYArea& area, M2DSliceVector const& vector, Value4 const&) {
-  area.Extend(vector.x1, vector.y1);
-  area.Extend(vector.x2, vector.y2);
-}
-
-template <class Item>
-void Prefetch(Item const& item) {
-  __builtin_prefetch(reinterpret_cast<char const*>(&item) + kPrefetchBytes);
-}
-
-struct NoMapping {
-  void operator()(Value2 const& stored, M2DSlicePoint& point) const { point = {stored.x, stored.y}; }
-  void operator()(Value4 const& stored, M2DSliceVector& vector) const {
-    vector = {stored.x1, stored.x2, stored.y1, stored.y2};
+  void operator()(M2DSliceContourPoint const&, Value2 const& stored) { box.Extend(stored.x, stored.y); }
+  void operator()(M2DSlicePoint const& point, Value2 const&) { box.Extend(point.x, point.y); }
+  void operator()(M2DSliceVector const& vector, Value4 const&) {
+    box.Extend(vector.x1, vector.y1);
+    box.Extend(vector.x2, vector.y2);
   }
 };
 
@@ -109,11 +56,11 @@ struct MapStored {
   Mapping const& mapping;
 
   void operator()(Value2 const& stored, M2DSlicePoint& point) const {
-    NoMapping()(stored, point);
+    AsStored()(stored, point);
     M2DSliceUtilities::MapPoint(mapping, point.x, point.y);
   }
   void operator()(Value4 const& stored, M2DSliceVector& vector) const {
-    NoMapping()(stored, vector);
+    AsStored()(stored, vector);
     M2DSliceUtilities::MapPoint(mapping, vector.x1, vector.y1);
     M2DSliceUtilities::MapPoint(mapping, vector.x2, vector.y2);
   }
@@ -124,12 +71,56 @@ struct MapStored {
 template <class Function>
 void WithUnpacker(M2DSliceUtilities::TransformationVector const& chain, Function&& function) {
   auto const& mappings = chain.GetVector();
-  if (mappings.empty()) return function(NoMapping());
+  if (mappings.empty()) return function(AsStored());
   auto const map = [&](auto const& plain) { function(MapStored<std::decay_t<decltype(plain)>>{plain}); };
   if (mappings.size() == 1) {
     M2DSliceUtilities::WithPlainType(*mappings.front(), map);
   } else {
     map(static_cast<M2DSliceUtilities::iTransformation const&>(chain));
+  }
+}
+
+/// Collects what is written to it and hands it on piece by piece.
+template <class Take>
+class PieceSink {
+ public:
+  explicit PieceSink(Take const& take) : m_take(take) {}
+  char* PrepareWrite(std::size_t) { return m_piece; }
+  void CommitWrite(std::size_t bytes) { m_take(m_piece, bytes); }
+
+ private:
+  Take const& m_take;
+  char m_piece[kPieceBytes];
+};
+
+/// Hands over the next `count` items of a file: as they lie there if nothing is to be done to them.
+template <class Value, class Take>
+void VisitItems(MFile& file, unsigned long count, AsStored const&, Take const& take) {
+  for (std::size_t remaining = count * sizeof(Value); remaining != 0;) {
+    std::size_t const piece = std::min(remaining, kPieceBytes);
+    take(file.PrepareRead(piece), piece);
+    file.CommitRead(piece);
+    remaining -= piece;
+  }
+}
+
+template <class Value, class Unpack, class Take>
+void VisitItems(MFile& file, unsigned long count, Unpack const& unpack, Take const& take) {
+  constexpr unsigned long items_of_piece = kPieceBytes / sizeof(Value);
+  PieceSink<Take> sink(take);
+  while (count != 0) {
+    unsigned long const piece = std::min(count, items_of_piece);
+    char* out = sink.PrepareWrite(piece * sizeof(Value));
+    ReadValues<Value>(file, piece, [&](Value value) {
+      ItemOf<Value> item;
+      unpack(value, item);
+      value = ToStored(item);
+      std::memcpy(out, &value, sizeof value);
+      out += sizeof value;
+      return true;
+    });
+    sink.CommitWrite(piece * sizeof(Value));
+    count -= piece;
   }
 }
 
@@ -157,73 +148,18 @@ template <class Function>
   function();
 }
 
-template <class Element>
-void WriteItems(MFile& file, Element const& element, M2DSliceXYArea& area) {
-  using Value = decltype(ToRecord(*Items(element).begin()));
-  constexpr unsigned long items_of_piece = kPieceBytes / sizeof(Value);
-  auto item = Items(element).begin();
-  M2DSliceXYArea box;  // in registers: bytes are written meanwhile, which might be those of `area`
-  for (unsigned long remaining = NumItems(element); remaining != 0;) {
-    unsigned long const count = std::min(remaining, items_of_piece);
-    char* out = file.PrepareWrite(count * sizeof(Value));
-    for (unsigned long i = 0; i < count; ++i, ++item, out += sizeof(Value)) {
-      Prefetch(*item);
-      Value const value = ToRecord(*item);
-      std::memcpy(out, &value, sizeof value);
-      ExtendByItem(box, *item, value);
-    }
-    file.CommitWrite(count * sizeof(Value));
-    remaining -= count;
+/// Contours are pushed to disk alone.
+void AppendItems(M2DSliceContour&, char const*, unsigned long) {}
+
+template <class Block>
+void AppendItems(Block& block, char const* bytes, unsigned long count) {
+  for (; count != 0; --count, bytes += sizeof(ValueOf<Block>)) {
+    ValueOf<Block> value;
+    std::memcpy(&value, bytes, sizeof value);
+    ItemOf<ValueOf<Block>> item;
+    AsStored()(value, item);
+    block.push_back(item);
   }
-  area.Extend(box);
-}
-
-/// Hands the next `count` values of the file to `take`, until that gives false.
-template <class Value, class Take>
-bool ReadValues(MFile& file, unsigned long count, Take&& take) {
-  constexpr unsigned long values_of_piece = kPieceBytes / sizeof(Value);
-  while (count != 0) {
-    unsigned long const piece = std::min(count, values_of_piece);
-    char const* in = file.PrepareRead(piece * sizeof(Value));
-    for (unsigned long i = 0; i < piece; ++i, in += sizeof(Value)) {
-      Value value;
-      std::memcpy(&value, in, sizeof value);
-      if (!take(value)) return false;
-    }
-    file.CommitRead(piece * sizeof(Value));
-    count -= piece;
-  }
-  return true;
-}
-
-template <class Unpack>
-void ReadItems(MFile& file, unsigned long count, Unpack const& unpack, M2DSliceContour& contour) {
-  ReadValues<Value2>(file, count, [&](Value2 const& value) {
-    M2DSlicePoint point;
-    unpack(value, point);
-    contour.AddPoint(point.x, point.y);
-    return true;
-  });
-}
-
-template <class Unpack>
-void ReadItems(MFile& file, unsigned long count, Unpack const& unpack, M2DSliceVectorBlock& block) {
-  block.resize(count);
-  auto vector = block.begin();
-  ReadValues<Value4>(file, count, [&](Value4 const& value) {
-    unpack(value, *vector++);
-    return true;
-  });
-}
-
-template <class Unpack>
-void ReadItems(MFile& file, unsigned long count, Unpack const& unpack, M2DSlicePointBlock& block) {
-  block.resize(count, M2DSlicePoint());
-  auto point = block.begin();
-  ReadValues<Value2>(file, count, [&](Value2 const& value) {
-    unpack(value, *point++);
-    return true;
-  });
 }
 
 bool IsSame(M2DSlicePoint const& read, M2DSliceContourPoint const& point) {
@@ -238,11 +174,10 @@ bool IsSame(M2DSliceVector const& read, M2DSliceVector const& vector) {
 
 template <class Unpack, class Element>
 bool HoldsItems(MFile& file, Unpack const& unpack, Element const& element) {
-  using Value = decltype(ToRecord(*Items(element).begin()));
-  using Item = std::conditional_t<std::is_same_v<Value, Value4>, M2DSliceVector, M2DSlicePoint>;
+  using Value = ValueOf<Element>;
   auto item = Items(element).begin();
   return ReadValues<Value>(file, NumItems(element), [&](Value const& value) {
-    Item read;
+    ItemOf<Value> read;
     unpack(value, read);
     return IsSame(read, *item++);
   });
@@ -264,16 +199,6 @@ void SetFlags(M2DSliceContour& contour, M2DSliceBaseInfoContour const& record) {
 }
 void SetFlags(M2DSliceVectorBlock&, M2DSliceBaseInfoVectorBlock const&) {}
 void SetFlags(M2DSlicePointBlock&, M2DSliceBaseInfoPointBlock const&) {}
-
-M2DSliceContour& AddElement(M2DSliceContourLayer& layer) {
-  return layer.AddContour();
-}
-M2DSliceVectorBlock& AddElement(M2DSliceVectorLayer& layer) {
-  return layer.AddVectorBlock();
-}
-M2DSlicePointBlock& AddElement(M2DSlicePointLayer& layer) {
-  return layer.AddPointBlock();
-}
 
 M2DSliceStackSlice* ToStackSlice(M2DSlice* slice) {
   return dynamic_cast<M2DSliceStackSlice*>(slice);
@@ -311,7 +236,7 @@ void M2DSliceLayerComponent<Traits>::_WriteDataToDisk() {
     ElementOnDisk& record = m_info_on_disk.m_elements.emplace_back();
     record.m_file_position = file.TELL();
     FillFacts(static_cast<BaseInfoElement&>(record), element);
-    WriteItems(file, element, record.xyArea);
+    record.xyArea = WriteItems(file, element, Measure()).box;
   }
 }
 
@@ -326,6 +251,7 @@ void M2DSliceLayerComponent<Traits>::_ReadDataFromDisk() {
       SetFlags(element, record);
       element.SetVectorTypeInfo(record.typeInfo);
       file.SEEK(record.m_file_position, 0);
+      Resize(element, NumItems(record));
       ReadItems(file, NumItems(record), unpack, element);
     }
   });
@@ -395,28 +321,59 @@ unsigned long M2DSliceLayerComponent<Traits>::_PushElementToDisk() {
   return records.size() - 1;
 }
 
-/// All values or none reach the file, and what is known of them follows, so that a push that failed can be repeated.
+/// All items or none reach the file, and what is known of them follows, so that a push that failed can be repeated.
+/// `fill` writes them to where they belong; the box that is given is to be extended by them.
+template <class Traits>
+template <class Fill>
+M2DSliceXYArea& M2DSliceLayerComponent<Traits>::_AppendToRecord(unsigned long count, Fill const& fill) {
+  std::size_t const size = count * sizeof(ValueOf<Element>);
+  MFile& file = _GetFileForPushing();
+  fill(file.PrepareWrite(size));
+  file.CommitWrite(size);
+  ElementOnDisk& record = m_info_on_disk.m_elements.back();
+  NumItems(static_cast<BaseInfoElement&>(record)) += count;
+  return record.xyArea;
+}
+
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_PushItemToDisk(std::initializer_list<long> values) {
   if (m_info_on_disk.m_elements.empty()) return;
-  MFile& file = _GetFileForPushing();
-  std::size_t const size = values.size() * sizeof(std::int32_t);
-  char* out = file.PrepareWrite(size);
-  for (long const value : values) {
-    std::int32_t const narrow = Narrow(value);
-    std::memcpy(out, &narrow, sizeof narrow);
-    out += sizeof narrow;
+  M2DSliceXYArea& box = _AppendToRecord(1, [values](char* out) {
+    for (long const value : values) {
+      std::int32_t const narrow = Narrow(value);
+      std::memcpy(out, &narrow, sizeof narrow);
+      out += sizeof narrow;
+    }
+  });
+  for (long const* value = values.begin(); value != values.end(); value += 2) box.Extend(value[0], value[1]);
+}
+
+template <class Traits>
+void M2DSliceLayerComponent<Traits>::PushStoredItems(char const* bytes, unsigned long count) {
+  using Value = ValueOf<Element>;
+  if (m_disk_state_valid && !m_info_on_disk.m_elements.empty()) {
+    constexpr unsigned long items_of_piece = kPieceBytes / sizeof(Value);
+    for (unsigned long done = 0; done != count;) {
+      unsigned long const piece = std::min(count - done, items_of_piece);
+      char const* const from = bytes + done * sizeof(Value);
+      M2DSliceXYArea& area = _AppendToRecord(piece, [=](char* out) { std::memcpy(out, from, piece * sizeof(Value)); });
+      M2DSliceXYArea box;
+      for (std::size_t i = 0; i < piece * sizeof(Value); i += sizeof(Value2)) {
+        Value2 place;
+        std::memcpy(&place, from + i, sizeof place);
+        box.Extend(place.x, place.y);
+      }
+      area.Extend(box);
+      done += piece;
+    }
   }
-  file.CommitWrite(size);
-  ElementOnDisk& record = m_info_on_disk.m_elements.back();
-  for (long const* value = values.begin(); value != values.end(); value += 2) record.xyArea.Extend(value[0], value[1]);
-  ++NumItems(static_cast<BaseInfoElement&>(record));
+  if (m_data_valid && !m_data.IsEmpty()) AppendItems(*m_data.GetLast(), bytes, count);
 }
 
 /// A file that was closed meanwhile has lost the position, so that the walk is taken up by the number of the item.
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ReadItemFromDisk(unsigned long element, unsigned long item, long* values) const {
-  using Value = typename RecordOf<Layer>::Value;
+  using Value = ValueOf<Element>;
   constexpr std::size_t count = sizeof(Value) / sizeof(std::int32_t);
   if (item == 0 || !m_temp_file->IsOpen()) {
     m_temp_file->Open();
@@ -427,6 +384,21 @@ void M2DSliceLayerComponent<Traits>::_ReadItemFromDisk(unsigned long element, un
   if (m_info_on_disk.m_transformation.GetVector().empty()) return;
   for (std::size_t i = 0; i < count; i += 2) {
     M2DSliceUtilities::MapPoint(m_info_on_disk.m_transformation, values[i], values[i + 1]);
+  }
+}
+
+template <class Traits>
+void M2DSliceLayerComponent<Traits>::VisitStoredItems(unsigned long index, TakeBytes const& take) const {
+  if (m_data_valid) {
+    PieceSink<TakeBytes> sink(take);
+    WriteItems(sink, _GetElement(index), [](auto const&...) {});
+  } else if (m_disk_state_valid) {
+    ElementOnDisk const& record = m_info_on_disk.m_elements[index];
+    m_temp_file->Open();
+    MFile& file = m_temp_file->GetFile();
+    file.SEEK(record.m_file_position, 0);
+    WithUnpacker(m_info_on_disk.m_transformation,
+                 [&](auto const& unpack) { VisitItems<ValueOf<Element>>(file, NumItems(record), unpack, take); });
   }
 }
 

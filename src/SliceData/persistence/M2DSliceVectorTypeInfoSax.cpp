@@ -1,3 +1,4 @@
+#include <SliceData/persistence/MSaxTagWithValue.h>
 #include <SliceData/platform/sax/MSAXReader.h>
 #include <SliceData/platform/sax/MSAXTagWriter.h>
 #include <SliceData/platform/sax/MSAXWriter.h>
@@ -7,6 +8,7 @@
 #include <locale>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -31,12 +33,6 @@ T FromText(std::string const& text) {
   return value;
 }
 
-template <class T>
-void WriteTagWithValue(MSAXWriter& writer, std::string const& name, T value) {
-  MSAXTagWriter const tag(writer, name.c_str());
-  writer.WriteValue(value);
-}
-
 /// The position of a name among the first `count` names, or `count`.
 template <class Names>
 std::size_t FindName(Names const& names, std::size_t count, std::string const& name) {
@@ -50,13 +46,12 @@ bool M2DSliceVectorTypeInfo::Write(MSAXWriter& writer) const {
   if (!writer.WriteTextTag("VectorType", m_type->name)) return false;
 
   if (!HasAMX3DynamicInfo()) {
-    for (std::size_t i = 0; i < Registry::kNumIndices; ++i) {
-      long const value = GetIndex(static_cast<e2DSliceVectorTypeIndex>(i));
-      if (value != -1) WriteTagWithValue(writer, m_registry->GetIndexNames()[i], value);
+    // Built-in entries come in the order of their enumerators.
+    for (auto const& [key, value] : GetIndices()) {
+      if (value != -1) MSaxTagWithValue::Write(writer, key->name.c_str(), value);
     }
-    for (std::size_t i = 0; i < Registry::kNumFlags; ++i) {
-      if (GetFlag(static_cast<e2DSliceVectorTypeFlag>(i)))
-        WriteTagWithValue(writer, m_registry->GetFlagNames()[i], true);
+    for (auto const& [key, value] : GetFlags()) {
+      if (value) MSaxTagWithValue::Write(writer, key->name.c_str(), true);
     }
     return true;
   }
@@ -83,21 +78,22 @@ bool M2DSliceVectorTypeInfo::Write(MSAXWriter& writer) const {
 }
 
 bool M2DSliceVectorTypeInfo::HandleTag(std::string const& tag, MSAXReader& reader) {
-  if (tag == "VectorType") {
+  std::string_view const name = tag;
+  if (name == "VectorType") {
     std::string type;
     if (reader.ReadString(type)) SetType(type.c_str());
     return false;  // also when the type has been taken: readers of this tag expect it
   }
-  if (tag == "Indices") {
-    for (auto const& [name, text] : reader.GetAttributes()) SetIndex(name.c_str(), FromText<long>(text));
+  if (name == "Indices") {
+    for (auto const& [key, text] : reader.GetAttributes()) SetIndex(key.c_str(), FromText<long>(text));
     return true;
   }
-  if (tag == "Flags") {
-    for (auto const& [name, text] : reader.GetAttributes()) SetFlag(name.c_str(), text == "1");
+  if (name == "Flags") {
+    for (auto const& [key, text] : reader.GetAttributes()) SetFlag(key.c_str(), text == "1");
     return true;
   }
-  if (tag == "Numbers") {
-    for (auto const& [name, text] : reader.GetAttributes()) SetNumber(name.c_str(), FromText<double>(text));
+  if (name == "Numbers") {
+    for (auto const& [key, text] : reader.GetAttributes()) SetNumber(key.c_str(), FromText<double>(text));
     return true;
   }
   if (auto const i = FindName(m_registry->GetIndexNames(), Registry::kNumIndices, tag); i != Registry::kNumIndices) {

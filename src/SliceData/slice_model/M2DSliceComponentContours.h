@@ -21,8 +21,8 @@ class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerCompon
   /// `kind`: 0 for the border of the slice, 1 for its areas.
   M2DSliceComponentContours(M2DSlice* slice, int kind);
 
-  unsigned long GetNumContours() const { return _GetNumElements(); }
-  unsigned long GetNumPoints(unsigned long contour) const { return _GetNumItems(contour); }
+  unsigned long GetNumContours() const { return GetNumElements(); }
+  unsigned long GetNumPoints(unsigned long contour) const { return GetNumItems(contour); }
 
   /// Reads a point through a cursor: from point 0 of a contour upward, one after the other. Nobody else may use a temp
   /// file between two calls. The walk goes round a contour in memory, and on disk from one contour into the next.

@@ -22,8 +22,8 @@ class VELSDK_EXPORT M2DSliceComponentPoints final : public M2DSliceLayerComponen
 
   explicit M2DSliceComponentPoints(M2DSlice* slice);
 
-  unsigned long GetNumPointBlocks() const { return _GetNumElements(); }
-  unsigned long GetNumPoints(unsigned long block) const { return _GetNumItems(block); }
+  unsigned long GetNumPointBlocks() const { return GetNumElements(); }
+  unsigned long GetNumPoints(unsigned long block) const { return GetNumItems(block); }
 
   /// Reads a point: in memory by its index, unchecked; on disk through a cursor, from point 0 of a block upward, one
   /// after the other, with nobody else using a temp file between two calls.

@@ -20,8 +20,8 @@ class VELSDK_EXPORT M2DSliceComponentVectors final : public M2DSliceLayerCompone
 
   explicit M2DSliceComponentVectors(M2DSlice* slice);
 
-  unsigned long GetNumVectorBlocks() const { return _GetNumElements(); }
-  unsigned long GetNumVectors(unsigned long block) const { return _GetNumItems(block); }
+  unsigned long GetNumVectorBlocks() const { return GetNumElements(); }
+  unsigned long GetNumVectors(unsigned long block) const { return GetNumItems(block); }
 
   /// Reads a vector: in memory by its index, with `std::out_of_range` for one that is not there; on disk through a
   /// cursor, from vector 0 of a block upward, one after the other, with nobody else using a temp file between two

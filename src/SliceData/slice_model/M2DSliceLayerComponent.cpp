@@ -115,7 +115,7 @@ void M2DSliceLayerComponent<Traits>::GetBaseInfo(BaseInfo& info) const {
 }
 
 template <class Traits>
-unsigned long M2DSliceLayerComponent<Traits>::_GetNumItems(unsigned long index) const {
+unsigned long M2DSliceLayerComponent<Traits>::GetNumItems(unsigned long index) const {
   return m_disk_state_valid ? NumItems(m_info_on_disk.m_elements[index]) : NumItems(_GetElement(index));
 }
 

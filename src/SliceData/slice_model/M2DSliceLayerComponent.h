@@ -5,6 +5,8 @@
 #include <SliceData/slice_model/M2DSliceBaseInfo.h>
 #include <SliceData/slice_model/M2DSliceComponent.h>
 
+#include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <vector>
 
@@ -55,6 +57,28 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   void GetBaseInfo(unsigned long index, BaseInfoElement& info) const;
   void GetBaseInfo(BaseInfo& info) const;
 
+  /// True if the record was mapped since it was written; the boxes of its elements are then those from before.
+  bool IsRecordMapped() const { return !m_info_on_disk.m_transformation.GetVector().empty(); }
+
+  /// The number of elements: of contours, vector blocks or point blocks.
+  unsigned long GetNumElements() const { return m_data_valid ? m_data.GetCount() : m_info_on_disk.m_elements.size(); }
+  /// The number of points or vectors of an element.
+  unsigned long GetNumItems(unsigned long index) const;
+
+  /// Hands the items of an element over as they are stored (`M2DSliceStoredItems`), piece by piece: from memory, or
+  /// from the record as its mappings leave it, truncated and narrowed to 32 bits, without loading it. Nothing else may
+  /// use the temp file meanwhile. Nothing is handed over of content that is lost. Throws `std::system_error` if the
+  /// record cannot be read.
+  using TakeBytes = std::function<void(char const* bytes, std::size_t count)>;
+  void VisitStoredItems(unsigned long index, TakeBytes const& take) const;
+
+  /// Appends stored items to the last element: what pushing them one by one does. If it throws, the first ones may have
+  /// been taken, which the number of items tells.
+  ///
+  /// \param bytes  of the items, in the form of `M2DSliceStoredItems`
+  /// \param count  of items
+  void PushStoredItems(char const* bytes, unsigned long count);
+
   /// Begins a record in `file` that is filled by pushing, with nothing in memory. What the layer holds is stale from
   /// then on. No other component may use the same file until the last push.
   void InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file);
@@ -100,8 +124,6 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   /// Reads one item through a cursor, the position in the temp file: item 0 places it, every other is the next one.
   void _ReadItemFromDisk(unsigned long element, unsigned long item, long* values) const;
 
-  unsigned long _GetNumElements() const { return m_data_valid ? m_data.GetCount() : m_info_on_disk.m_elements.size(); }
-  unsigned long _GetNumItems(unsigned long index) const;
   Element& _GetElement(unsigned long index) const;
 
   bool _IsDataEmpty() const override;
@@ -121,5 +143,7 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
  private:
   void _WriteRecordHead(MFile& file);
   MFile& _GetFileForPushing();
+  template <class Fill>
+  M2DSliceXYArea& _AppendToRecord(unsigned long count, Fill const& fill);
   void _ReadRecordHead() const;
 };

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <SliceData/slice_model/M2DSliceBaseInfo.h>
-#include <SliceData/slice_model/M2DSliceContour.h>
-#include <SliceData/slice_model/M2DSlicePointBlock.h>
-#include <SliceData/slice_model/M2DSliceVectorBlock.h>
+#include <SliceData/slice_model/M2DSliceContourLayer.h>
+#include <SliceData/slice_model/M2DSlicePointLayer.h>
+#include <SliceData/slice_model/M2DSliceVectorLayer.h>
 
 /// What differs from one kind of layer element to the next, by overload, for code that is told once for all of them.
 namespace M2DSliceLayerElements {
@@ -43,6 +43,17 @@ inline void FillFlags(M2DSliceBaseInfoContour& info, M2DSliceContour const& cont
 }
 inline void FillFlags(M2DSliceBaseInfoVectorBlock&, M2DSliceVectorBlock const&) {}
 inline void FillFlags(M2DSliceBaseInfoPointBlock&, M2DSlicePointBlock const&) {}
+
+/// Creates an element and links it at the tail.
+inline M2DSliceContour& AddElement(M2DSliceContourLayer& layer) {
+  return layer.AddContour();
+}
+inline M2DSliceVectorBlock& AddElement(M2DSliceVectorLayer& layer) {
+  return layer.AddVectorBlock();
+}
+inline M2DSlicePointBlock& AddElement(M2DSlicePointLayer& layer) {
+  return layer.AddPointBlock();
+}
 
 /// Everything that is known of an element without its coordinates, but for its extent.
 template <class BaseInfoElement, class Element>

@@ -40,6 +40,8 @@ class VELSDK_EXPORT M2DSliceZArea {
   void Invalidate() { m_z = kInvalidZ; }
 
  private:
+  friend class MSax2DSliceZArea;  ///< reads z and recipe as they come, and then computes the rest
+
   static constexpr long kInvalidZ = 0xFEFEFEFE;
 
   M2DSliceZAreaTypeInfo m_type_info;
