@@ -27,6 +27,7 @@ struct Outcome {
 struct Setting {
   std::string output_path;  ///< where standard output goes instead
   rlim_t file_size_limit = RLIM_INFINITY;
+  rlim_t memory_limit = RLIM_INFINITY;
 };
 
 /// A test with a directory of its own, in which it runs the slicedata program. The first relative path is that
@@ -79,8 +80,11 @@ class ProgramTest : public testing::Test {
     bool const is_ready = dup2(open("/dev/null", O_RDONLY), STDIN_FILENO) >= 0 &&
                           dup2(open(output.c_str(), kNew, 0600), STDOUT_FILENO) >= 0 &&
                           dup2(open(errors.c_str(), kNew, 0600), STDERR_FILENO) >= 0 && chdir(directory.c_str()) == 0;
-    rlimit const limit{setting.file_size_limit, setting.file_size_limit};
-    if (is_ready && setrlimit(RLIMIT_FSIZE, &limit) == 0) execv(pointers[0], pointers.data());
+    rlimit const file_size{setting.file_size_limit, setting.file_size_limit};
+    rlimit const memory{setting.memory_limit, setting.memory_limit};
+    if (is_ready && setrlimit(RLIMIT_FSIZE, &file_size) == 0 && setrlimit(RLIMIT_AS, &memory) == 0) {
+      execv(pointers[0], pointers.data());
+    }
     _exit(127);
   }
 

@@ -51,8 +51,9 @@ TEST_F(Convert, TheFormatFollowsFromTheNameOrTheOption) {
   RunSilently({"generate", "lattice", "-o", "lattice.cli", "--size", "1", "--cell", "1", "--thickness", "0.5"});
   EXPECT_THAT(Read("lattice.cli"), HasSubstr("$$BINARY"));
 
-  EXPECT_THAT(RunIntoTrouble({"info", "part.data"}), HasSubstr("give --from if it is one of these: cli"));
-  EXPECT_THAT(RunIntoTrouble({"convert", "text.cli", "-o", "x.stl"}), HasSubstr("cli, cli-ascii, cli-binary, svg"));
+  EXPECT_THAT(RunIntoTrouble({"info", "part.data"}), HasSubstr("give --from if it is one of these: cli, slicestack"));
+  EXPECT_THAT(RunIntoTrouble({"convert", "text.cli", "-o", "x.stl"}),
+              HasSubstr("cli, cli-ascii, cli-binary, slicestack, svg"));
   EXPECT_THAT(RunIntoTrouble({"convert", "text.cli", "-o", "x.cli", "--to", "obj"}),
               HasSubstr("--to: no format 'obj'"));
   EXPECT_THAT(RunIntoTrouble({"info", "picture.svg"}), HasSubstr("format that can be read"));
@@ -137,7 +138,9 @@ TEST_F(Convert, WhatCannotBeReadOrWrittenIsOneLine) {
 TEST_F(Convert, AFullDiskLeavesNothing) {
   Setting setting;
   setting.file_size_limit = 100000;
-  EXPECT_THAT(RunIntoTrouble({"generate", "lattice", "-o", "out.cli", "--size", "10"}, setting), HasSubstr("out.cli"));
+  for (std::string const name : {"out.cli", "out.slicestack"}) {
+    EXPECT_THAT(RunIntoTrouble({"generate", "lattice", "-o", name, "--size", "10"}, setting), HasSubstr(name));
+  }
   EXPECT_THAT(GetFiles(), ElementsAre());
 }
 

@@ -2,6 +2,8 @@
 
 #include <SliceFormats/cli/CliSource.h>
 #include <SliceFormats/cli/CliTarget.h>
+#include <SliceFormats/stack_document/StackDocumentSource.h>
+#include <SliceFormats/stack_document/StackDocumentTarget.h>
 #include <SliceFormats/svg/SvgTarget.h>
 
 #include <algorithm>
@@ -18,8 +20,9 @@ namespace {
 using SliceFormats::CliForm;
 using SliceFormats::FormatReport;
 
-std::unique_ptr<ISource2DSlices const> OpenCliSource(std::string const& path, FormatReport* report) {
-  return std::make_unique<SliceFormats::CliSource>(path, report);
+template <class Source>
+std::unique_ptr<ISource2DSlices const> OpenSource(std::string const& path, FormatReport* report) {
+  return std::make_unique<Source>(path, report);
 }
 
 template <CliForm form>
@@ -33,6 +36,10 @@ std::unique_ptr<ITarget2DSlices> OpenCliTargetLikeOrigin(std::string const& path
   return std::make_unique<SliceFormats::CliTarget>(path, cli != nullptr ? cli->GetForm() : CliForm::Binary, report);
 }
 
+std::unique_ptr<ITarget2DSlices> OpenStackDocumentTarget(std::string const& path, Origin const&, FormatReport* report) {
+  return std::make_unique<SliceFormats::StackDocumentTarget>(path, report);
+}
+
 std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin const& origin, FormatReport* report) {
   SliceFormats::SvgOptions options;
   options.title = origin.title;
@@ -41,9 +48,10 @@ std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin c
 }
 
 constexpr Format kFormats[] = {
-    {"cli", ".cli", OpenCliSource, OpenCliTargetLikeOrigin, false},
+    {"cli", ".cli", OpenSource<SliceFormats::CliSource>, OpenCliTargetLikeOrigin, false},
     {"cli-ascii", ".cli", nullptr, OpenCliTarget<CliForm::Ascii>, false},
     {"cli-binary", ".cli", nullptr, OpenCliTarget<CliForm::Binary>, false},
+    {"slicestack", ".slicestack", OpenSource<SliceFormats::StackDocumentSource>, OpenStackDocumentTarget, false},
     {"svg", ".svg", nullptr, OpenSvgTarget, true},
 };
 

@@ -57,7 +57,7 @@ void InputOptions::AddTo(Command& command, std::string const& value_name) {
   command.BeginGroup("Input");
   command.AddOption("--from", "FORMAT",
                     "what the input is, if its name does not tell: " + Join(GetReadFormatNames(), ", ") +
-                        " (ASCII or binary, as the file itself says)",
+                        "; a CLI file says itself whether it is ASCII or binary",
                     Into(from));
   command.AddOption("--paging", "HOW",
                     "work over a stack of all layers, as a host does, instead of one layer at a time: none keeps all "

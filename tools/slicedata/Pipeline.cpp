@@ -5,6 +5,8 @@
 #include <SliceData/slice_stack/M2DSliceStackUtilities.h>
 
 #include <filesystem>
+#include <new>
+#include <stdexcept>
 #include <utility>
 
 #include "Console.h"
@@ -32,6 +34,21 @@ class Run {
   unsigned long m_num_slices;
 };
 
+/// Runs what reads a file. Sizes in it that are beyond all memory become a trouble with this file.
+template <class Function>
+auto NamingFile(std::string const& path, Function&& read) {
+  auto const refuse = [&]() -> Trouble {
+    return {path, "not enough memory for what it holds", "see whether it is damaged, or close other programs"};
+  };
+  try {
+    return read();
+  } catch (std::bad_alloc const&) {
+    throw refuse();
+  } catch (std::length_error const&) {
+    throw refuse();
+  }
+}
+
 std::unique_ptr<ISource2DSlices const> OpenFile(InputOptions const& options, SliceFormats::FormatReport* report) {
   // What cannot be looked at is left to the format, which says why.
   std::error_code ignored;
@@ -42,7 +59,16 @@ std::unique_ptr<ISource2DSlices const> OpenFile(InputOptions const& options, Sli
   if (type == std::filesystem::file_type::directory) {
     throw Trouble(options.path, "it is a directory", "name a slice file");
   }
-  return FindReadFormat(options.path, options.from).open_source(options.path, report);
+  Format const& format = FindReadFormat(options.path, options.from);
+  return NamingFile(options.path, [&] { return format.open_source(options.path, report); });
+}
+
+/// Properties of a source, the thickness of a layer among them as a stack has it.
+void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties) {
+  properties = source.GetProperties();
+  if (long const thickness = source.GetSliceThickness(); thickness > 0) {
+    properties.SetProperty<long>("SliceThickness", thickness);
+  }
 }
 
 /// A stack of all slices of a source.
@@ -55,8 +81,8 @@ std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOpt
   }
   auto stack = std::make_unique<M2DSliceStack>(*options.paging);
   Run const run(source);
-  M2DSliceStackUtilities::ConvertSourceToSliceStack(source, *stack);
-  if (source.GetSliceThickness() > 0) stack->SetSliceThickness(source.GetSliceThickness());
+  NamingFile(options.path, [&] { return M2DSliceStackUtilities::ConvertSourceToSliceStack(source, *stack); });
+  TakeProperties(source, stack->GetProperties());
   return stack;
 }
 
@@ -111,7 +137,7 @@ void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor cons
       visit(*stack->GetSlice(i));
     } else {
       M2DSlice slice;
-      source.GetSlice(slice, i);
+      NamingFile(input.GetName(), [&] { source.GetSlice(slice, i); });
       visit(slice);
     }
     progress.SetDone(i + 1);
@@ -142,7 +168,8 @@ void WriteSlices(Input const& input, Format const& format, OutputOptions const& 
   ISource2DSlices const& source = input.GetSource();
   SliceFormats::FormatReport report;
   auto const target = format.open_target(options.path, input.GetOrigin(), &report);
-  target->GetProperties() = source.GetProperties();
+  // A picture of a layer shows none, and they may lie far from it in the file.
+  if (!options.shows_only) TakeProperties(source, target->GetProperties());
   target->GetSliceParameters() = source.GetSliceParameters();
   target->GetSliceIOParameters() = source.GetSliceIOParameters();
 

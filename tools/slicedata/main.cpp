@@ -6,7 +6,9 @@
 #include <csignal>
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <string>
+#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -40,6 +42,21 @@ void PrepareSignals() {
   }
 }
 
+/// Lets an attempt to take more memory than there is fail at once, instead of the system killing some program later.
+void LimitMemory() {
+#if !defined(__SANITIZE_ADDRESS__) && \
+    !defined(__SANITIZE_THREAD__)  // these reserve more addresses than there is memory
+  rlimit limit = {};
+  long const num_pages = sysconf(_SC_PHYS_PAGES);
+  long const page_size = sysconf(_SC_PAGESIZE);
+  if (num_pages <= 0 || page_size <= 0 || getrlimit(RLIMIT_AS, &limit) != 0) return;
+  auto const most = static_cast<rlim_t>(num_pages) / 4 * 3 * static_cast<rlim_t>(page_size);
+  if (limit.rlim_cur <= most) return;
+  limit.rlim_cur = most;
+  setrlimit(RLIMIT_AS, &limit);
+#endif
+}
+
 int Run(int argc, char const* const* argv) {
   Tool::Command program("slicedata", "looks into slice files of additive manufacturing, converts, maps and draws them");
   Tool::AddInfoCommand(program);
@@ -49,8 +66,8 @@ int Run(int argc, char const* const* argv) {
   Tool::AddGenerateCommand(program);
   program.AddHelp(
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
-      "from "
-      "its name: .cli (Common Layer Interface), .svg (a picture, written only).");
+      "from its name: .cli (Common Layer Interface), .slicestack (a stack document, which keeps everything), .svg (a "
+      "picture, written only).");
   program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 130 and 143 stopped by a signal.");
   program.AddHelp("'slicedata COMMAND --help' tells all about a command.");
   program.AddExample("slicedata generate lattice -o lattice.cli", "makes a sample to try things on");
@@ -76,10 +93,16 @@ char const* GetAdvice(std::error_code const& code) {
 int main(int argc, char** argv) {
   Tool::PrepareConsole();
   PrepareSignals();
+  LimitMemory();
+  auto const tell_lack_of_memory = [] {
+    Tool::TellTrouble("not enough memory; close other programs, or take fewer layers at a time by --layers");
+  };
   try {
     return Run(argc, argv);
   } catch (std::bad_alloc const&) {
-    Tool::TellTrouble("not enough memory; close other programs, or take fewer layers at a time by --layers");
+    tell_lack_of_memory();
+  } catch (std::length_error const&) {
+    tell_lack_of_memory();
   } catch (std::system_error const& error) {
     std::string text = error.what();
     if (text.find("; ") == std::string::npos) text += std::string("; ") + GetAdvice(error.code());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <SliceData/platform/file_io/MInputFile.h>
 #include <SliceFormats/FormatError.h>
 
 #include <cstddef>
@@ -8,22 +9,17 @@
 
 namespace SliceFormats {
 
-/// A file that is read piece by piece, and the errors about its content.
-///
-/// Everything is read with `pread`: pages of a mapped file would count as memory of the process.
+/// A file that is read piece by piece, and the errors about it and its content.
 class CliFile {
  public:
   /// Opens a regular file. Throws `FormatError`.
-  explicit CliFile(std::string path);
-  ~CliFile();
-  CliFile(CliFile const&) = delete;
-  CliFile& operator=(CliFile const&) = delete;
+  explicit CliFile(std::string const& path);
 
-  std::string const& GetPath() const { return m_path; }
+  std::string const& GetPath() const { return m_file.GetPath(); }
   /// In bytes, when the file was opened.
-  long long GetSize() const { return m_size; }
+  long long GetSize() const { return m_file.GetSize(); }
 
-  /// Reads `size` bytes at `offset`, which lie inside the file.
+  /// Reads `size` bytes at `offset`, which lie inside the file. Throws `FormatError`.
   void Read(long long offset, char* buffer, std::size_t size) const;
 
   /// Whether places are told as line numbers or as bytes.
@@ -32,12 +28,10 @@ class CliFile {
   /// Throws the error `what` with the place of `offset`.
   [[noreturn]] void Fail(long long offset, std::string const& what) const;
   /// Throws the error `what` about the file as a whole.
-  [[noreturn]] void Fail(std::string const& what) const { throw FormatError(m_path, what); }
+  [[noreturn]] void Fail(std::string const& what) const { throw FormatError(GetPath(), what); }
 
  private:
-  std::string m_path;
-  int m_descriptor;
-  long long m_size = 0;
+  MInputFile m_file;
   bool m_is_text = true;
 };
 

@@ -8,7 +8,6 @@
 #include <array>
 #include <limits>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace SliceFormats {
@@ -128,7 +127,7 @@ struct AreaFinder {
 }  // namespace
 
 struct CliSource::Reading {
-  Reading(std::string path, FormatReport* report) : file(std::move(path)), skipped(report) {
+  Reading(std::string const& path, FormatReport* report) : file(path), skipped(report) {
     header = ReadCliHeader(file, skipped, report);
     file.SetIsText(header.form == CliForm::Ascii);
     index = BuildCliIndex(file, header, skipped, report);
@@ -182,12 +181,10 @@ struct CliSource::Reading {
   std::size_t capacity = 0;
   RecordMaker contour_records{e2DSliceVectorType::Border};
   RecordMaker vector_records{e2DSliceVectorType::Hatching};
-  MSliceFileParameters slice_parameters;
-  M2DSliceIOParameters slice_io_parameters;
 };
 
-CliSource::CliSource(std::string path, FormatReport* report)
-    : m_reading(std::make_unique<Reading>(std::move(path), report)) {}
+CliSource::CliSource(std::string const& path, FormatReport* report)
+    : m_reading(std::make_unique<Reading>(path, report)) {}
 
 CliSource::~CliSource() = default;
 
@@ -201,12 +198,6 @@ long CliSource::_OnGetSliceThickness() const {
 PersistentProperties const& CliSource::_OnGetProperties() const {
   return m_reading->header.properties;
 }
-MSliceFileParameters const& CliSource::_OnGetSliceParameters() const {
-  return m_reading->slice_parameters;
-}
-M2DSliceIOParameters const& CliSource::_OnGetSliceIOParameters() const {
-  return m_reading->slice_io_parameters;
-}
 
 M2DSliceXYArea CliSource::_OnGetXYArea() const {
   if (!m_reading->area) {
@@ -217,9 +208,6 @@ M2DSliceXYArea CliSource::_OnGetXYArea() const {
   return *m_reading->area;
 }
 
-bool CliSource::_AllowsRandomAccess() const {
-  return true;
-}
 unsigned long CliSource::_OnGetNumSlices() const {
   return m_reading->slices.size();
 }

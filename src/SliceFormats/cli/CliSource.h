@@ -1,9 +1,9 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
-#include <SliceData/slice_stack/ISource2DSlices.h>
 #include <SliceFormats/FormatError.h>
 #include <SliceFormats/FormatReport.h>
+#include <SliceFormats/FormatSource.h>
 #include <SliceFormats/cli/CliForm.h>
 
 #include <memory>
@@ -28,23 +28,18 @@ namespace SliceFormats {
 ///
 /// What is wrong with the file is a `FormatError`: from the constructor if it concerns header and structure, from the
 /// getters if it concerns the coordinates of a layer. One thread at a time; several sources may read the same file.
-class VELSDK_EXPORT CliSource final : public ISource2DSlices {
+class VELSDK_EXPORT CliSource final : public FormatSource {
  public:
   /// Opens and indexes the file at `path`. `report`, if given, receives what is skipped and outlives the source.
-  explicit CliSource(std::string path, FormatReport* report = nullptr);
+  explicit CliSource(std::string const& path, FormatReport* report = nullptr);
   ~CliSource() override;
-  CliSource(CliSource const&) = delete;
-  CliSource& operator=(CliSource const&) = delete;
 
   CliForm GetForm() const;
 
  protected:
   long _OnGetSliceThickness() const override;
   PersistentProperties const& _OnGetProperties() const override;
-  MSliceFileParameters const& _OnGetSliceParameters() const override;
-  M2DSliceIOParameters const& _OnGetSliceIOParameters() const override;
   M2DSliceXYArea _OnGetXYArea() const override;
-  bool _AllowsRandomAccess() const override;
   unsigned long _OnGetNumSlices() const override;
   M2DSliceZArea _OnGetSliceZArea(unsigned long index) const override;
   void _OnGetSlice(M2DSlice& slice, unsigned long index) const override;

@@ -169,33 +169,15 @@ class BinaryEncoder final : public Encoder {
   }
 };
 
-}  // namespace
-
-class CliTarget::Writing {
+class CliWriting final : public FileWriting {
  public:
-  Writing(std::string const& path, CliForm form, PersistentProperties const& properties, FormatReport* report)
-      : m_path(path),
+  CliWriting(std::string const& path, CliForm form, PersistentProperties const& properties, FormatReport* report)
+      : FileWriting(path, report),
         m_form(form),
-        m_report(report),
         m_file(path),
         m_border_records(e2DSliceVectorType::Border),
         m_vector_records(e2DSliceVectorType::Hatching) {
     _ReadProperties(properties);
-  }
-
-  void Add(M2DSlice const& slice) {
-    if (m_broken) throw FormatError(m_path, "cannot be finished after an earlier failure; write it anew");
-    m_broken = true;
-    _AddLayer(slice);
-    m_broken = false;
-  }
-
-  void Finish() {
-    if (m_broken) throw FormatError(m_path, "cannot be finished after an earlier failure; write it anew");
-    if (m_encoder == nullptr) _BeginGeometry(CliParameters());
-    m_encoder->End();
-    _CompleteHeader();
-    m_file.Commit();
   }
 
  private:
@@ -220,16 +202,9 @@ class CliTarget::Writing {
     }
   };
 
-  void _Note(char const* text) const {
-    if (m_report != nullptr) m_report->Note(text);
-  }
-  void _NoteIf(bool condition, char const* text) const {
-    if (condition) _Note(text);
-  }
-
   void _ReadProperties(PersistentProperties const& properties) {
     for (auto const& property : properties.GetAll()) {
-      if (property->IsDeleted() || property->GetName() == "SliceThickness") continue;  // the layers tell it
+      if (!_IsTelling(*property)) continue;
       auto const* const text = dynamic_cast<PersistentProperty<std::string> const*>(property.get());
       if (text != nullptr && text->GetName() == "Label") {
         std::string const label = CleanLabel(text->GetValue());
@@ -289,17 +264,12 @@ class CliTarget::Writing {
     return meaning;
   }
 
-  void _AddLayer(M2DSlice const& slice) {
-    if (!slice.GetZArea().IsValid())
-      throw FormatError(m_path, "a slice without a height cannot be written; give it a z");
-    long const z = slice.GetZArea().GetZ();
-    if (m_num_layers != 0 && z < m_z_max) {
-      throw FormatError(m_path, "layers must come from bottom to top; sort the slices by z");
-    }
+  void _Add(M2DSlice const& slice) override {
+    long const z = _TakeHeight(slice);
     if (z < -kMaxCoordinate || z > kMaxCoordinate) _RefuseCoordinates();
     if (m_form == CliForm::Binary && m_num_layers != 0 && z != m_z_max &&
         static_cast<float>(z) == static_cast<float>(m_z_max)) {
-      throw FormatError(m_path, "two layers are too high to differ in the binary form; write the ASCII form");
+      _Fail("two layers are too high to differ in the binary form; write the ASCII form");
     }
 
     M2DSliceContourLayer const& border = slice.GetBorder();
@@ -334,32 +304,23 @@ class CliTarget::Writing {
     }
   }
 
-  void _Examine(M2DSliceContour const& contour) {
-    _NoteIf(!contour.GetIsClosed() && contour.GetIsOuter(), "the outer flag of open contours was left out");
-    M2DSliceXYArea area;
-    long any_z = 0;
-    bool any_info = false;
-    for (M2DSliceContourPoint const& point : contour.GetPoints()) {
-      area.Extend(point.x, point.y);
-      any_z |= point.z;
-      any_info |= point.info != nullptr;
-    }
-    _NoteIf(any_z != 0 || any_info, "heights and further information of single contour points were left out");
-    _Examine(area, contour.GetNumPoints() + 1);
+  void _Finish() override {
+    if (m_encoder == nullptr) _BeginGeometry(CliParameters());
+    m_encoder->End();
+    _CompleteHeader();
+    m_file.Commit();
   }
 
-  void _Examine(M2DSliceVectorBlock const& block) {
-    M2DSliceXYArea area;
-    for (M2DSliceVector const& vector : block) {
-      area.Extend(vector.x1, vector.y1);
-      area.Extend(vector.x2, vector.y2);
-    }
-    _Examine(area, block.size());
+  void _Examine(M2DSliceContour const& contour) {
+    _NoteIf(!contour.GetIsClosed() && contour.GetIsOuter(), "the outer flag of open contours was left out");
+    _Examine(_ExamineItems(contour), contour.GetNumPoints() + 1);
   }
+
+  void _Examine(M2DSliceVectorBlock const& block) { _Examine(_ExamineItems(block), block.size()); }
 
   void _Examine(M2DSliceXYArea const& area, unsigned long count) {
     if (m_form == CliForm::Binary && count > std::numeric_limits<std::int32_t>::max()) {
-      throw FormatError(m_path, "one element has more points than the binary form can count; write the ASCII form");
+      _Fail("one element has more points than the binary form can count; write the ASCII form");
     }
     if (area.IsEmpty()) return;
     bool const in_range = area.minX >= -kMaxCoordinate && area.minY >= -kMaxCoordinate && area.maxX <= kMaxCoordinate &&
@@ -369,8 +330,7 @@ class CliTarget::Writing {
   }
 
   [[noreturn]] void _RefuseCoordinates() const {
-    throw FormatError(m_path,
-                      "coordinates beyond 2^53 internal units cannot be written; move the geometry to the origin");
+    _Fail("coordinates beyond 2^53 internal units cannot be written; move the geometry to the origin");
   }
 
   /// Lets the element that comes next have these parameters, as far as the form can.
@@ -433,9 +393,7 @@ class CliTarget::Writing {
     _NoteIf(rounded, "coordinates beyond 1.67 m were rounded to 32-bit floats");
   }
 
-  std::string m_path;
   CliForm m_form;
-  FormatReport* m_report;
   MPendingFile m_file;
   RecordCache m_border_records;
   RecordCache m_vector_records;
@@ -448,45 +406,18 @@ class CliTarget::Writing {
   long m_z_min = 0;
   long m_z_max = 0;
   M2DSliceXYArea m_area;
-  bool m_broken = false;
 };
 
+}  // namespace
+
 CliTarget::CliTarget(std::string path, CliForm form, FormatReport* report)
-    : m_path(std::move(path)), m_form(form), m_report(report) {}
+    : FileTarget(std::move(path), report), m_form(form) {}
 
 CliTarget::~CliTarget() = default;
 
-PersistentProperties& CliTarget::_OnGetProperties() {
-  return m_properties;
-}
-MSliceFileParameters& CliTarget::_OnGetSliceParameters() {
-  return m_slice_parameters;
-}
-M2DSliceIOParameters& CliTarget::_OnGetSliceIOParameters() {
-  return m_slice_io_parameters;
-}
-
-bool CliTarget::_OnStartAddingSlices() const {
-  if (m_writing != nullptr) return false;
-  m_writing = std::make_unique<Writing>(m_path, m_form, m_properties, m_report);
-  return true;
-}
-
-M2DSlice* CliTarget::_OnAddSlice(M2DSlice const& slice) {
-  if (m_writing == nullptr) throw std::logic_error(m_path + ": not begun; call StartAddingSlices before AddSlice");
-  m_writing->Add(slice);
-  return nullptr;
-}
-
-M2DSlice* CliTarget::_OnAddSlice(M2DSlice& slice, bool) {
-  return _OnAddSlice(std::as_const(slice));
-}
-
-bool CliTarget::_OnStopAddingSlices() const {
-  if (m_writing == nullptr) return false;
-  auto const writing = std::move(m_writing);
-  writing->Finish();
-  return true;
+std::unique_ptr<FileWriting> CliTarget::_Open(std::string const& path, PersistentProperties const& properties,
+                                              FormatReport* report) const {
+  return std::make_unique<CliWriting>(path, m_form, properties, report);
 }
 
 }  // namespace SliceFormats

@@ -285,12 +285,6 @@ long LatticeSource::_OnGetSliceThickness() const {
 PersistentProperties const& LatticeSource::_OnGetProperties() const {
   return m_properties;
 }
-MSliceFileParameters const& LatticeSource::_OnGetSliceParameters() const {
-  return m_slice_parameters;
-}
-M2DSliceIOParameters const& LatticeSource::_OnGetSliceIOParameters() const {
-  return m_slice_io_parameters;
-}
 
 M2DSliceXYArea LatticeSource::_OnGetXYArea() const {
   M2DSliceXYArea area;
@@ -299,9 +293,6 @@ M2DSliceXYArea LatticeSource::_OnGetXYArea() const {
   return area;
 }
 
-bool LatticeSource::_AllowsRandomAccess() const {
-  return true;
-}
 unsigned long LatticeSource::_OnGetNumSlices() const {
   return m_grid->GetNumSlices();
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
-#include <SliceData/slice_stack/ISource2DSlices.h>
+#include <SliceFormats/FormatSource.h>
 
 #include <memory>
 
@@ -23,22 +23,17 @@ struct LatticeOptions {
 ///
 /// Memory: one layer. Time for a layer: a few operations for each node of a grid of 24 nodes a cell and axis. One
 /// thread at a time.
-class VELSDK_EXPORT LatticeSource final : public ISource2DSlices {
+class VELSDK_EXPORT LatticeSource final : public FormatSource {
  public:
   /// Throws `std::invalid_argument` with advice if the measures make no lattice, or a grid of more than 20000 nodes a
   /// side.
   explicit LatticeSource(LatticeOptions const& options);
   ~LatticeSource() override;
-  LatticeSource(LatticeSource const&) = delete;
-  LatticeSource& operator=(LatticeSource const&) = delete;
 
  protected:
   long _OnGetSliceThickness() const override;
   PersistentProperties const& _OnGetProperties() const override;
-  MSliceFileParameters const& _OnGetSliceParameters() const override;
-  M2DSliceIOParameters const& _OnGetSliceIOParameters() const override;
   M2DSliceXYArea _OnGetXYArea() const override;
-  bool _AllowsRandomAccess() const override;
   unsigned long _OnGetNumSlices() const override;
   M2DSliceZArea _OnGetSliceZArea(unsigned long index) const override;
   void _OnGetSlice(M2DSlice& slice, unsigned long index) const override;
@@ -47,8 +42,6 @@ class VELSDK_EXPORT LatticeSource final : public ISource2DSlices {
   class Grid;
   std::unique_ptr<Grid> m_grid;
   PersistentProperties m_properties;
-  MSliceFileParameters m_slice_parameters;
-  M2DSliceIOParameters m_slice_io_parameters;
 };
 
 }  // namespace SliceFormats

@@ -141,36 +141,19 @@ double RoundLengthBelow(double limit) {
   return power;
 }
 
-}  // namespace
-
 /// A picture in the making.
 ///
 /// Its measures are known at the end only; so the header has fields of constant width that are filled then, lines have
 /// their width on the screen, and everything beside the drawing comes last.
-class SvgTarget::Drawing {
+class SvgDrawing final : public FileWriting {
  public:
-  Drawing(std::string const& path, SvgOptions const& options, PersistentProperties const& properties,
-          FormatReport* report)
-      : m_path(path), m_options(options), m_report(report), m_file(path), m_next_layer(options.first_layer) {
+  SvgDrawing(std::string const& path, SvgOptions const& options, PersistentProperties const& properties,
+             FormatReport* report)
+      : FileWriting(path, report), m_options(options), m_file(path), m_next_layer(options.first_layer) {
     m_file.Write(_GetHeader(Frame()));
-    _NoteIf(!properties.GetAll().empty(), "properties were left out of the picture");
-  }
-
-  void Add(M2DSlice const& slice) {
-    if (m_broken) throw FormatError(m_path, "cannot be finished after an earlier failure; draw it anew");
-    m_broken = true;
-    _DrawLayer(slice);
-    m_broken = false;
-  }
-
-  void Finish() {
-    if (m_broken) throw FormatError(m_path, "cannot be finished after an earlier failure; draw it anew");
-    m_file.Write("</g>\n");
-    Frame const frame = _GetFrame();
-    _DrawBeside(frame);
-    m_file.Write("</svg>\n");
-    m_file.WriteAt(0, _GetHeader(frame));
-    m_file.Commit();
+    auto const& all = properties.GetAll();
+    _NoteIf(std::any_of(all.begin(), all.end(), [](auto const& property) { return _IsTelling(*property); }),
+            "properties were left out of the picture");
   }
 
  private:
@@ -199,10 +182,6 @@ class SvgTarget::Drawing {
   static constexpr double kTitleHeight = 36;
   static constexpr double kScaleBarHeight = 40;
   static constexpr double kRowHeight = 22;
-
-  void _NoteIf(bool condition, char const* text) const {
-    if (condition && m_report != nullptr) m_report->Note(text);
-  }
 
   std::string _GetHeader(Frame const& frame) const {
     std::string const box[] = {FormatField(frame.x), FormatField(frame.y), FormatField(frame.width),
@@ -245,7 +224,7 @@ class SvgTarget::Drawing {
     return m_entries[m_last_entry];
   }
 
-  void _DrawLayer(M2DSlice const& slice) {
+  void _Add(M2DSlice const& slice) override {
     std::string group = "<g id=\"layer-" + std::to_string(m_next_layer++) + "\"";
     if (slice.GetZArea().IsValid()) {
       long const z = slice.GetZArea().GetZ();
@@ -267,6 +246,15 @@ class SvgTarget::Drawing {
     for (M2DSlicePointBlock const& block : points) _DrawPoints(block);
     _DrawContours(areas, "area", &Entry::areas);
     m_file.Write("</g>\n");
+  }
+
+  void _Finish() override {
+    m_file.Write("</g>\n");
+    Frame const frame = _GetFrame();
+    _DrawBeside(frame);
+    m_file.Write("</svg>\n");
+    m_file.WriteAt(0, _GetHeader(frame));
+    m_file.Commit();
   }
 
   /// Contours of one type that follow each other make one path, so that holes stay free.
@@ -441,9 +429,7 @@ class SvgTarget::Drawing {
     }
   }
 
-  std::string m_path;
   SvgOptions m_options;
-  FormatReport* m_report;
   MPendingFile m_file;
   std::vector<Entry> m_entries;
   std::size_t m_last_entry = 0;
@@ -452,11 +438,12 @@ class SvgTarget::Drawing {
   unsigned long m_num_heights = 0;
   long m_z_min = 0;
   long m_z_max = 0;
-  bool m_broken = false;
 };
 
+}  // namespace
+
 SvgTarget::SvgTarget(std::string path, SvgOptions options, FormatReport* report)
-    : m_path(std::move(path)), m_options(std::move(options)), m_report(report) {
+    : FileTarget(std::move(path), report), m_options(std::move(options)) {
   if (!(m_options.stroke_width_px > 0) || !std::isfinite(m_options.stroke_width_px)) {
     throw std::invalid_argument("stroke width of a picture must be positive; 1 is usual");
   }
@@ -464,37 +451,9 @@ SvgTarget::SvgTarget(std::string path, SvgOptions options, FormatReport* report)
 
 SvgTarget::~SvgTarget() = default;
 
-PersistentProperties& SvgTarget::_OnGetProperties() {
-  return m_properties;
-}
-MSliceFileParameters& SvgTarget::_OnGetSliceParameters() {
-  return m_slice_parameters;
-}
-M2DSliceIOParameters& SvgTarget::_OnGetSliceIOParameters() {
-  return m_slice_io_parameters;
-}
-
-bool SvgTarget::_OnStartAddingSlices() const {
-  if (m_drawing != nullptr) return false;
-  m_drawing = std::make_unique<Drawing>(m_path, m_options, m_properties, m_report);
-  return true;
-}
-
-M2DSlice* SvgTarget::_OnAddSlice(M2DSlice const& slice) {
-  if (m_drawing == nullptr) throw std::logic_error(m_path + ": not begun; call StartAddingSlices before AddSlice");
-  m_drawing->Add(slice);
-  return nullptr;
-}
-
-M2DSlice* SvgTarget::_OnAddSlice(M2DSlice& slice, bool) {
-  return _OnAddSlice(std::as_const(slice));
-}
-
-bool SvgTarget::_OnStopAddingSlices() const {
-  if (m_drawing == nullptr) return false;
-  auto const drawing = std::move(m_drawing);
-  drawing->Finish();
-  return true;
+std::unique_ptr<FileWriting> SvgTarget::_Open(std::string const& path, PersistentProperties const& properties,
+                                              FormatReport* report) const {
+  return std::make_unique<SvgDrawing>(path, m_options, properties, report);
 }
 
 }  // namespace SliceFormats

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
-#include <SliceData/slice_stack/ITarget2DSlices.h>
-#include <SliceFormats/FormatError.h>
-#include <SliceFormats/FormatReport.h>
+#include <SliceFormats/FileTarget.h>
 
 #include <memory>
 #include <string>
@@ -25,37 +23,20 @@ struct SvgOptions {
 /// and are the same in every picture. Closed contours are filled lightly, with holes left out; area contours are
 /// dashed. Slices are written as they come, so that memory stays flat; the same slices give the same bytes.
 ///
-/// The file appears under its name when `StopAddingSlices` returns; a target that is destroyed before leaves none. The
-/// target keeps no slice, so `AddSlice` gives null. Throws `std::invalid_argument` for a stroke width that is not
-/// positive, and `std::system_error` if the disk refuses; the file cannot be finished then.
-class VELSDK_EXPORT SvgTarget final : public ITarget2DSlices {
+/// Throws `std::system_error` if the disk refuses.
+class VELSDK_EXPORT SvgTarget final : public FileTarget {
  public:
-  /// `report`, if given, receives what a picture cannot carry and outlives the target. Nothing is opened before
-  /// `StartAddingSlices`.
+  /// `report`, if given, receives what a picture cannot carry and outlives the target. Throws `std::invalid_argument`
+  /// for a stroke width that is not positive.
   explicit SvgTarget(std::string path, SvgOptions options = {}, FormatReport* report = nullptr);
   ~SvgTarget() override;
-  SvgTarget(SvgTarget const&) = delete;
-  SvgTarget& operator=(SvgTarget const&) = delete;
 
  protected:
-  PersistentProperties& _OnGetProperties() override;
-  MSliceFileParameters& _OnGetSliceParameters() override;
-  M2DSliceIOParameters& _OnGetSliceIOParameters() override;
-  bool _OnStartAddingSlices() const override;
-  M2DSlice* _OnAddSlice(M2DSlice const& slice) override;
-  M2DSlice* _OnAddSlice(M2DSlice& slice, bool move) override;
-  bool _OnStopAddingSlices() const override;
+  std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
+                                     FormatReport* report) const override;
 
  private:
-  class Drawing;
-
-  std::string m_path;
   SvgOptions m_options;
-  FormatReport* m_report;
-  PersistentProperties m_properties;
-  MSliceFileParameters m_slice_parameters;
-  M2DSliceIOParameters m_slice_io_parameters;
-  mutable std::unique_ptr<Drawing> m_drawing;  ///< between start and stop
 };
 
 }  // namespace SliceFormats

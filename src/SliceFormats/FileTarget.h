@@ -1,0 +1,49 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/slice_stack/ITarget2DSlices.h>
+#include <SliceFormats/FileWriting.h>
+#include <SliceFormats/FormatReport.h>
+
+#include <memory>
+#include <string>
+
+namespace SliceFormats {
+
+/// A target that writes slices to a file as they come. What all formats share.
+///
+/// The file appears under its name when `StopAddingSlices` returns; a target that is destroyed before leaves none. The
+/// target keeps no slice, so `AddSlice` gives null. Once a slice could not be written, the file cannot be finished.
+class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
+ public:
+  ~FileTarget() override;
+  FileTarget(FileTarget const&) = delete;
+  FileTarget& operator=(FileTarget const&) = delete;
+
+ protected:
+  /// `report`, if given, receives what the format cannot carry and outlives the target. Nothing is opened before
+  /// `StartAddingSlices`.
+  FileTarget(std::string path, FormatReport* report);
+
+  /// Opens the file. The properties are those that are set by then.
+  virtual std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
+                                             FormatReport* report) const = 0;
+
+  PersistentProperties& _OnGetProperties() final;
+  MSliceFileParameters& _OnGetSliceParameters() final;
+  M2DSliceIOParameters& _OnGetSliceIOParameters() final;
+  bool _OnStartAddingSlices() const final;
+  M2DSlice* _OnAddSlice(M2DSlice const& slice) final;
+  M2DSlice* _OnAddSlice(M2DSlice& slice, bool move) final;
+  bool _OnStopAddingSlices() const final;
+
+ private:
+  std::string m_path;
+  FormatReport* m_report;
+  PersistentProperties m_properties;
+  MSliceFileParameters m_slice_parameters;
+  M2DSliceIOParameters m_slice_io_parameters;
+  mutable std::unique_ptr<FileWriting> m_writing;  ///< between start and stop
+};
+
+}  // namespace SliceFormats

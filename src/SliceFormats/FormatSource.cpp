@@ -1,0 +1,7 @@
+#include <SliceFormats/FormatSource.h>
+
+namespace SliceFormats {
+
+FormatSource::~FormatSource() = default;
+
+}  // namespace SliceFormats

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <SliceData/platform/common/Export.h>
+#include <SliceData/slice_stack/ISource2DSlices.h>
+
+namespace SliceFormats {
+
+/// A source that makes slices in any order when they are asked for. What all formats share.
+class VELSDK_EXPORT FormatSource : public ISource2DSlices {
+ public:
+  ~FormatSource() override;
+  FormatSource(FormatSource const&) = delete;
+  FormatSource& operator=(FormatSource const&) = delete;
+
+ protected:
+  FormatSource() = default;
+
+  MSliceFileParameters const& _OnGetSliceParameters() const final { return m_slice_parameters; }
+  M2DSliceIOParameters const& _OnGetSliceIOParameters() const final { return m_slice_io_parameters; }
+  bool _AllowsRandomAccess() const final { return true; }
+
+ private:
+  MSliceFileParameters m_slice_parameters;
+  M2DSliceIOParameters m_slice_io_parameters;
+};
+
+}  // namespace SliceFormats

@@ -1,0 +1,89 @@
+#include <SliceData/persistence/MSaxM2DSlice.h>
+#include <SliceData/platform/properties/PersistentPropertiesSax.h>
+#include <SliceData/platform/sax/MDocumentWriter.h>
+#include <SliceData/platform/sax/MSAXTagWriter.h>
+#include <SliceFormats/stack_document/OpenStackDocument.h>
+#include <SliceFormats/stack_document/StackDocumentTarget.h>
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+namespace SliceFormats {
+
+namespace {
+
+class StackDocumentWriting final : public FileWriting {
+ public:
+  StackDocumentWriting(std::string const& path, PersistentProperties const& properties, FormatReport* report)
+      : FileWriting(path, report), m_properties(properties), m_writer(path, kStackDocumentKind) {
+    m_writer.RegisterRootObject(nullptr);
+    m_writer.WriteTextTag("Label", "Name");
+    m_writer.WriteLateTag("NumSlices");
+  }
+
+ private:
+  void _Add(M2DSlice const& slice) override {
+    long const z = _TakeHeight(slice);
+    if (m_num_slices != 0 && z == m_z) _Fail("two slices are at one height; merge them first");
+    m_z = z;
+    ++m_num_slices;
+    M2DSliceZAreaTypeInfo const& range = slice.GetZArea().GetTypeInfo();
+    _NoteIf(range.type == e2DSliceZAreaType::Custom || range.effectiveType == e2DSliceZAreaEffectiveType::Custom,
+            "Z ranges that were set explicitly were written as their thickness alone");
+    M2DSlice::ForEachRow([&](auto row) { _Examine<decltype(row)>(slice); });
+
+    MSAXTagWriter const tag(m_writer, "Slice");
+    // Writing leaves the slice as it is, but for what can be computed again.
+    if (!MSaxM2DSlice(const_cast<M2DSlice*>(&slice), nullptr).Write(m_writer)) _Fail("a slice cannot be written");
+  }
+
+  void _Finish() override {
+    {
+      PersistentProperties properties = m_properties;
+      MSAXTagWriter const tag(m_writer, "Properties");
+      if (!PersistentPropertiesSax(&properties, false).Write(m_writer)) _Fail("the properties cannot be written");
+    }
+    m_writer.SetLateText(std::to_string(m_num_slices));
+    m_writer.Finish();
+  }
+
+  /// Leaves what is paged out where it is, if it can.
+  template <class Row>
+  void _Examine(M2DSlice const& slice) const {
+    auto const& component = Row::Component(slice);
+    // What is neither in memory nor on disk waits for its source. Where a mapped record ends up, its points tell.
+    if (!component.IsDataValid() && (!component.IsDiskStateValid() || component.IsRecordMapped())) Row::OnAccess(slice);
+    M2DSliceXYArea area;
+    if (component.IsDataValid()) {
+      for (auto const& element : component.GetData()) area.Extend(_ExamineItems(element));
+    } else {
+      typename std::decay_t<decltype(component)>::BaseInfo info;
+      component.GetBaseInfo(info);
+      area = info.xyArea;
+    }
+    using Limits = std::numeric_limits<std::int32_t>;
+    bool const fits = area.IsEmpty() || (area.minX >= Limits::min() && area.minY >= Limits::min() &&
+                                         area.maxX <= Limits::max() && area.maxY <= Limits::max());
+    if (!fits) _Fail("coordinates beyond 214 m cannot be written; move the geometry to the origin");
+  }
+
+  PersistentProperties const& m_properties;
+  MDocumentWriter m_writer;
+  unsigned long m_num_slices = 0;
+  long m_z = 0;
+};
+
+}  // namespace
+
+StackDocumentTarget::StackDocumentTarget(std::string path, FormatReport* report)
+    : FileTarget(std::move(path), report) {}
+
+StackDocumentTarget::~StackDocumentTarget() = default;
+
+std::unique_ptr<FileWriting> StackDocumentTarget::_Open(std::string const& path, PersistentProperties const& properties,
+                                                        FormatReport* report) const {
+  return std::make_unique<StackDocumentWriting>(path, properties, report);
+}
+
+}  // namespace SliceFormats
