@@ -4,10 +4,8 @@
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
 #include <algorithm>
-#include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
 #include <fcntl.h>
 #include <iterator>
@@ -18,26 +16,21 @@
 #include <utility>
 #include <vector>
 
-#include "Report.h"
+#include "Support.h"
 
 // The way to the scratch files and back. Every timed round comes right after an untimed one of the same kind, since the
 // first use of a page, of memory or of the page cache, can cost many times a later one.
 
 namespace {
 
+using bench::Prototype;
+using bench::Seconds;
 using TempFile = boost::shared_ptr<M2DSliceTempFile>;
 
 constexpr long kMebi = 1 << 20;
 constexpr std::size_t kPieceOfPlainWrite = 256 << 10;
 /// In memory as points of contours, what the shared block pool keeps for the next slice.
 constexpr long kItemsOfSlice = 100'000;
-
-template <class Function>
-double Seconds(Function&& function) {
-  auto const start = std::chrono::steady_clock::now();
-  function();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
 
 void Check(bool succeeded, char const* what) {
   if (!succeeded) throw std::system_error(errno, std::generic_category(), what);
@@ -74,17 +67,6 @@ class Descriptor {
 /// Some place for the i-th item. Rings of about a millimetre, so that the points of a contour stay close together.
 M2DSlicePoint PointAt(long i) {
   return {1'000'000 + 100 * (i % 97), -500'000 + 100 * (i % 89)};
-}
-
-/// The record that contours are copied from: one index and one flag, as producers set them.
-M2DSliceVectorTypeInfo const& Prototype() {
-  static M2DSliceVectorTypeInfo const prototype = [] {
-    M2DSliceVectorTypeInfo info(e2DSliceVectorType::Border);
-    info.SetIndex(e2DSliceVectorTypeIndex::IndexModel, 1);
-    info.SetFlag(e2DSliceVectorTypeFlag::IsSupport, true);
-    return info;
-  }();
-  return prototype;
 }
 
 void Append(M2DSliceContourLayer& layer, M2DSlicePoint const* points, long count) {

@@ -5,12 +5,7 @@
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
-#include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
-#include <chrono>
-#include <cstdarg>
-#include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <malloc.h>
 #include <memory>
@@ -18,47 +13,20 @@
 #include <utility>
 #include <vector>
 
-#include "Child.h"
-#include "Report.h"
+#include "Support.h"
 
 // What stays in memory of data that is on disk: all of it for a stack of several gigabytes, and the records of single
 // contours. Each figure comes from a process of its own.
 
 namespace {
 
+using bench::Format;
+using bench::Gigabytes;
+using bench::Megabytes;
+using bench::Seconds;
+
 constexpr long kPointsOfContour = 100;
 constexpr long kBytesOfPoint = sizeof(M2DSliceContourPoint);
-
-double Megabytes(long bytes) {
-  return static_cast<double>(bytes) / 1e6;
-}
-double Gigabytes(long bytes) {
-  return static_cast<double>(bytes) / 1e9;
-}
-
-[[gnu::format(printf, 1, 2)]] std::string Format(char const* format, ...) {
-  char text[1024];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  return text;
-}
-
-template <class Function>
-double Seconds(Function&& function) {
-  auto const start = std::chrono::steady_clock::now();
-  function();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// The record that contours are copied from: one index and one flag, as producers set them.
-M2DSliceVectorTypeInfo MakePrototype() {
-  M2DSliceVectorTypeInfo info(e2DSliceVectorType::Border);
-  info.SetIndex(e2DSliceVectorTypeIndex::IndexModel, 1);
-  info.SetFlag(e2DSliceVectorTypeFlag::IsSupport, true);
-  return info;
-}
 
 long SumOf(long x, long y) {
   return x + 3 * y;
@@ -96,7 +64,7 @@ std::string WorkOnLargeStack() {
 
   M2DSliceStack stack(caching_type);
   long expected = 0;
-  M2DSliceVectorTypeInfo const prototype = MakePrototype();
+  M2DSliceVectorTypeInfo const& prototype = bench::Prototype();
   double const filling = Seconds([&] {
     for (long i = 0; i < slices; ++i) {
       auto border = stack.AddSlicePosition(i * thickness)->GetBorderUpdate();
@@ -153,7 +121,7 @@ template <bool pushed>
 std::string MeasureRecords() {
   constexpr long slices = 960;
   constexpr long contours_of_slice = 1040;
-  M2DSliceVectorTypeInfo const prototype = MakePrototype();
+  M2DSliceVectorTypeInfo const& prototype = bench::Prototype();
   auto file = boost::make_shared<M2DSliceTempFile>(0, 0, std::string());
   std::vector<std::unique_ptr<M2DSlice>> made;
   long const before = AllocatedBytes();
@@ -187,24 +155,6 @@ bench::Child const children[] = {
     {"a contour on disk, paged out", MeasureRecords<false>},
     {"a contour on disk, pushed", MeasureRecords<true>},
 };
-
-void RunChild(benchmark::State& state, char const* name) {
-  for (auto _ : state) {
-    try {
-      bench::AddFigure(std::string(name) + ": " + bench::RunInChild(name));
-    } catch (std::exception const& error) {
-      bench::AddFigure(std::string(name) + ": FAILED, " + error.what());
-      state.SkipWithError(error.what());
-      break;
-    }
-  }
-}
-
-#define BENCH_CHILD(function, name)        \
-  void function(benchmark::State& state) { \
-    RunChild(state, name);                 \
-  }                                        \
-  BENCHMARK(function)->Iterations(1)->Repetitions(1)->Unit(benchmark::kMillisecond)->UseRealTime()
 
 BENCH_CHILD(LargeStackMultiple, "a stack larger than memory, multiple");
 BENCH_CHILD(LargeStackSingle, "a stack larger than memory, single, 20 slices");
