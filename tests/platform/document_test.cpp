@@ -377,7 +377,9 @@ TEST_F(Document, WriterRefusesTagsThatDoNotFitTogether) {
 }
 
 std::string Reference(std::string const& bytes, std::uint64_t offset = 0) {
-  return MDocumentText::ToText({offset, bytes.size(), libdeflate_crc32(0, bytes.data(), bytes.size())});
+  std::array<char, MDocumentText::kMaxReferenceText> text;
+  return std::string(
+      MDocumentText::ToText({offset, bytes.size(), libdeflate_crc32(0, bytes.data(), bytes.size())}, text));
 }
 
 TEST_F(Document, AFileThatTakesMuchMemoryIsNotSmall) {

@@ -151,12 +151,18 @@ pugi::xml_node NextElement(pugi::xml_node node) {
   return SkipToElement(node.next_sibling());
 }
 
-void AssignName(std::string& name, char const* encoded) {
-  if (std::strchr(encoded, '_') == nullptr) {
-    name = encoded;
+/// False, with nothing done, for a name that is too long.
+bool AssignName(std::string& name, char const* encoded) {
+  std::size_t size = 0;
+  bool has_underscore = false;
+  for (; encoded[size] != '\0'; ++size) has_underscore |= encoded[size] == '_';
+  if (size > kMaxEncodedName) return false;
+  if (has_underscore) {
+    name = MDocumentText::Decode({encoded, size});
   } else {
-    name = MDocumentText::Decode(encoded);
+    name.assign(encoded, size);
   }
+  return true;
 }
 
 }  // namespace
@@ -230,14 +236,13 @@ class MDocumentReader::Reading {
   }
 
   bool ReadString(std::string& value) {
-    if (m_node.attribute(MDocumentText::kBytes)) return false;
+    if (m_has_attributes && m_node.attribute(MDocumentText::kBytes)) return false;
     value = GetText();
     return true;
   }
 
   std::string GetText() {
-    pugi::xml_attribute const long_text =
-        m_node.first_attribute() ? m_node.attribute(MDocumentText::kText) : pugi::xml_attribute();
+    auto const long_text = m_has_attributes ? m_node.attribute(MDocumentText::kText) : pugi::xml_attribute();
     if (!long_text) {
       std::string text = m_node.child_value();
       if (text.size() > MDocumentText::kMaxText) _Fail(m_node, "has too long a text");
@@ -345,7 +350,7 @@ class MDocumentReader::Reading {
     pugi::xml_node child = FirstElement(parent);
     std::string name;
     while (IsContinued(child)) {
-      AssignName(name, child.name());
+      if (!AssignName(name, child.name())) _Fail(child, "has too long a name");
       if (depth >= m_depth || m_frames[depth].name != name) _Fail(child, "goes on with a tag that is not open");
       ++depth;
       parent = child;
@@ -380,7 +385,7 @@ class MDocumentReader::Reading {
   Frame& _Push(pugi::xml_node node) {
     if (m_depth == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_depth++];
-    AssignName(frame.name, node.name());
+    if (!AssignName(frame.name, node.name())) _Fail(node, "has too long a name");
     frame.handler = nullptr;
     frame.is_object = frame.is_refused = frame.has_value = false;
     return frame;
@@ -389,8 +394,8 @@ class MDocumentReader::Reading {
   /// Tells the element of the tag around. False if it refuses.
   bool _Open(pugi::xml_node node) {
     if (m_depth == MDocumentText::kMaxDepth) _Fail(node, "too many tags lie inside each other");
-    if (IsContinued(node)) _Fail(node, "goes on with a tag that is not open");
-    if (std::strlen(node.name()) > kMaxEncodedName) _Fail(node, "has too long a name");
+    m_has_attributes = node.first_attribute();
+    if (m_has_attributes && IsContinued(node)) _Fail(node, "goes on with a tag that is not open");
     ISAXPersist* const handler = m_frames[m_depth - 1].handler;
     Frame& frame = _Push(node);
     frame.handler = handler;
@@ -463,6 +468,7 @@ class MDocumentReader::Reading {
   std::vector<Frame> m_frames;
   std::size_t m_depth = 0;
   pugi::xml_node m_node;  ///< the current tag
+  bool m_has_attributes = false;
 };
 
 MDocumentReader::MDocumentReader(std::shared_ptr<MDocument const> document)

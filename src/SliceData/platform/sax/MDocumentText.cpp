@@ -27,6 +27,14 @@ constexpr std::array<bool, 256> MakeNameBytes() {
 /// What stands anywhere in a name but at its beginning. The underscore is not among them: it may begin an escape.
 constexpr std::array<bool, 256> kNameBytes = MakeNameBytes();
 
+constexpr std::array<bool, 256> MakePlainBytes() {
+  std::array<bool, 256> table{};
+  for (unsigned byte = 0x20; byte < 0x7F; ++byte) table[byte] = byte != '<' && byte != '>' && byte != '&';
+  return table;
+}
+
+constexpr std::array<bool, 256> kPlainBytes = MakePlainBytes();
+
 /// The length of the escape at the beginning of the text; 0 if there is none.
 std::size_t EscapeLength(std::string_view text) {
   auto const is_digit = [](char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'); };
@@ -96,11 +104,6 @@ std::string PartName(char const* pattern, unsigned long part) {
 
 }  // namespace
 
-bool IsPlainName(char const* name, std::size_t size) {
-  if (size == 0 || !IsLetter(static_cast<unsigned char>(name[0]))) return false;
-  return std::all_of(name + 1, name + size, [](char c) { return kNameBytes[static_cast<unsigned char>(c)]; });
-}
-
 std::string EncodeName(std::string_view name) {
   if (name.empty()) return "_x_";
   std::string encoded;
@@ -157,8 +160,8 @@ bool IsXmlText(std::string_view text) {
   return true;
 }
 
-bool NeedsEscapes(std::string_view text) {
-  return text.find_first_of("<>&\r") != std::string_view::npos;
+bool IsPlainText(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return kPlainBytes[static_cast<unsigned char>(c)]; });
 }
 
 std::string Escape(std::string_view text) {
@@ -173,10 +176,14 @@ std::string Escape(std::string_view text) {
   return escaped;
 }
 
-std::string ToText(Reference const& reference) {
-  std::string text = std::to_string(reference.offset) + ' ' + std::to_string(reference.size) + ' ';
-  for (int shift = 28; shift >= 0; shift -= 4) text += "0123456789abcdef"[reference.crc >> shift & 15];
-  return text;
+std::string_view ToText(Reference const& reference, std::array<char, kMaxReferenceText>& buffer) {
+  static_assert(kMaxReferenceText >= 2 * 20 + 2 + 8);
+  char* end = std::to_chars(buffer.data(), buffer.data() + 20, reference.offset).ptr;
+  *end++ = ' ';
+  end = std::to_chars(end, end + 20, reference.size).ptr;
+  *end++ = ' ';
+  for (int shift = 28; shift >= 0; shift -= 4) *end++ = "0123456789abcdef"[reference.crc >> shift & 15];
+  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
 }
 
 bool FromText(std::string_view text, Reference& reference) {

@@ -2,6 +2,7 @@
 
 #include <SliceData/platform/common/Export.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -33,8 +34,6 @@ struct Reference {
   std::uint32_t crc;
 };
 
-/// True if the name can stand as it is.
-bool IsPlainName(char const* name, std::size_t size);
 std::string EncodeName(std::string_view name);
 /// For names and for attribute texts.
 std::string Decode(std::string_view encoded);
@@ -43,11 +42,12 @@ std::string EncodeAttribute(std::string_view text);
 
 /// True if XML can hold the text: UTF-8 without control characters but tab, newline and carriage return.
 bool IsXmlText(std::string_view text);
-/// Bytes of the text that have to be escaped, in the content of a tag.
-bool NeedsEscapes(std::string_view text);
+/// True if the text can stand in a tag as it is; quick, and false for some that can.
+bool IsPlainText(std::string_view text);
 std::string Escape(std::string_view text);
 
-VELSDK_EXPORT std::string ToText(Reference const& reference);
+constexpr std::size_t kMaxReferenceText = 64;
+VELSDK_EXPORT std::string_view ToText(Reference const& reference, std::array<char, kMaxReferenceText>& buffer);
 /// False if the text is no reference.
 bool FromText(std::string_view text, Reference& reference);
 

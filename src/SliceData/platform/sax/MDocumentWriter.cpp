@@ -6,9 +6,12 @@
 #include <SliceData/platform/sax/MDocumentWriter.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <libdeflate.h>
+#include <map>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -25,6 +28,48 @@ constexpr int kNumHeadTags = 2;
 constexpr std::size_t kMaxHead = 4096;
 /// A text that comes late is in one of the first so many children of the root.
 constexpr std::size_t kMaxLateHead = 8;
+
+/// A name of a tag, ready for the text.
+struct TagName {
+  std::string raw;
+  std::string encoded;
+  std::string start;  ///< the start tag up to its attributes
+  std::string end;
+};
+
+/// The names of a document. Callers give most of them as literals, so that the address finds the name; its content is
+/// compared all the same.
+class TagNames {
+ public:
+  TagName const& Get(char const* name) {
+    Slot& slot = m_slots[reinterpret_cast<std::uintptr_t>(name) % m_slots.size()];
+    if (slot.address != name || std::strcmp(slot.name->raw.c_str(), name) != 0) slot = {name, &_Find(name)};
+    return *slot.name;
+  }
+
+ private:
+  struct Slot {
+    char const* address = nullptr;
+    TagName const* name = nullptr;
+  };
+
+  [[gnu::noinline]] TagName const& _Find(char const* name) {
+    auto const [place, is_new] = m_names.try_emplace(name);
+    TagName& found = place->second;
+    if (is_new) {
+      if (place->first.size() > MDocumentText::kMaxName) {
+        m_names.erase(place);
+        throw std::logic_error("a tag's name is longer than 1 KiB; give it a shorter one");
+      }
+      std::string encoded = MDocumentText::EncodeName(name);
+      found = {name, encoded, '<' + encoded, "</" + encoded + '>'};
+    }
+    return found;
+  }
+
+  std::map<std::string, TagName> m_names;
+  std::array<Slot, 251> m_slots;
+};
 
 /// The text of a part while it grows.
 class TextBuffer {
@@ -144,21 +189,11 @@ class MDocumentWriter::Writing {
     if (m_open.size() == MDocumentText::kMaxDepth) {
       throw std::logic_error(std::string("too many tags inside each other at '") + name + "'; flatten the document");
     }
+    TagName const& tag = m_names.Get(name);
     _CloseStart();
-    std::size_t const begin = m_names.size();
-    std::size_t const size = std::strlen(name);
-    if (size > MDocumentText::kMaxName) {
-      throw std::logic_error("a tag's name is longer than 1 KiB; give it a shorter one");
-    }
-    if (MDocumentText::IsPlainName(name, size)) {
-      m_names.append(name, size);
-    } else {
-      m_names += MDocumentText::EncodeName({name, size});
-    }
-    m_open.push_back(begin);
+    m_open.push_back(&tag);
     _NoteStart();
-    m_text.Append('<');
-    m_text.Append(_CurrentName());
+    m_text.Append(tag.start);
     m_start_is_open = true;
   }
 
@@ -166,7 +201,7 @@ class MDocumentWriter::Writing {
     if (m_failure != nullptr) return;
     try {
       if (m_open.size() < 2) throw std::logic_error(std::string("no tag is open that '") + name + "' could end");
-      if (_CurrentName() != name && _CurrentName() != MDocumentText::EncodeName(name)) {
+      if (std::strcmp(m_open.back()->raw.c_str(), name) != 0) {
         throw std::logic_error(std::string("'") + name + "' ends a tag that is called otherwise; end them in turn");
       }
       if (m_is_head) _NoteEnd();
@@ -186,17 +221,12 @@ class MDocumentWriter::Writing {
   }
 
   void WriteText(std::string const& text) {
-    if (!m_attributes.empty() && m_attributes.back().first == MDocumentText::kText) {
+    if (m_has_reference) {
       throw std::logic_error("a text comes after a long or binary one in the same tag; write one text");
     }
-    if (text.size() > MDocumentText::kMaxText || !MDocumentText::IsXmlText(text)) {
-      if (!m_start_is_open || m_value_is_open) {
-        throw std::logic_error("a long or binary text comes after other content of its tag; write it in a tag alone");
-      }
-      StartValue();
-      m_stream.Write(text.data(), text.size());
-      _WriteReference(MDocumentText::kText);
-      return;
+    bool const is_plain = MDocumentText::IsPlainText(text);
+    if (text.size() > MDocumentText::kMaxText || (!is_plain && !MDocumentText::IsXmlText(text))) {
+      return _WriteTextToStream(text);
     }
     if (_IsInHead() && text.size() <= kMaxHeadText) {
       m_leaf = text;
@@ -205,10 +235,10 @@ class MDocumentWriter::Writing {
     if (text.empty()) return;
     _CloseStart();
     if (m_part == 0 && m_open.size() == 2 && m_heads.size() <= kMaxLateHead) m_uncounted += text.size();
-    if (MDocumentText::NeedsEscapes(text)) {
-      m_text.Append(MDocumentText::Escape(text));
-    } else {
+    if (is_plain) {
       m_text.Append(text);
+    } else {
+      m_text.Append(MDocumentText::Escape(text));
     }
   }
 
@@ -268,13 +298,20 @@ class MDocumentWriter::Writing {
 
   bool _IsInHead() const { return m_is_head && m_text.GetSize() - m_heads.back().offset < kMaxHead; }
 
-  std::string_view _CurrentName() const { return std::string_view(m_names).substr(m_open.back()); }
+  void _WriteTextToStream(std::string const& text) {
+    if (!m_start_is_open || m_value_is_open) {
+      throw std::logic_error("a long or binary text comes after other content of its tag; write it in a tag alone");
+    }
+    StartValue();
+    m_stream.Write(text.data(), text.size());
+    _WriteReference(MDocumentText::kText);
+  }
 
   void _CloseStart() {
     if (!m_start_is_open) return;
     if (!m_attributes.empty()) _WriteAttributes();
     m_text.Append('>');
-    m_start_is_open = false;
+    m_start_is_open = m_has_reference = false;
   }
 
   [[gnu::noinline]] void _WriteAttributes() {
@@ -298,25 +335,28 @@ class MDocumentWriter::Writing {
     if (m_start_is_open) {
       if (!m_attributes.empty()) _WriteAttributes();
       m_text.Append("/>");
-      m_start_is_open = false;
+      m_start_is_open = m_has_reference = false;
     } else {
-      m_text.Append("</");
-      m_text.Append(_CurrentName());
-      m_text.Append('>');
+      m_text.Append(m_open.back()->end);
     }
-    m_names.resize(m_open.back());
     m_open.pop_back();
   }
 
   void _WriteReference(char const* attribute) {
-    m_attributes.emplace_back(attribute, MDocumentText::ToText(m_stream.EndValue()));
+    std::array<char, MDocumentText::kMaxReferenceText> text;
+    m_text.Append(' ');
+    m_text.Append(attribute);
+    m_text.Append("=\"");
+    m_text.Append(MDocumentText::ToText(m_stream.EndValue(), text));
+    m_text.Append('"');
+    m_has_reference = true;
     m_value_is_open = false;
   }
 
   /// A child of the root begins, or a tag in it.
   void _NoteStart() {
     if (m_open.size() == 2) {
-      m_heads.push_back({std::string(_CurrentName()), m_text.GetSize(), {}});
+      m_heads.push_back({m_open.back()->encoded, m_text.GetSize(), {}});
       m_is_head = true;
       m_num_head_tags = 0;
     } else if (m_open.size() == 3 && m_is_head) {
@@ -327,7 +367,7 @@ class MDocumentWriter::Writing {
 
   void _NoteEnd() {
     if (m_leaf_depth == m_open.size()) {
-      std::string const attribute = " " + std::string(_CurrentName()) + "=\"";
+      std::string const attribute = " " + m_open.back()->encoded + "=\"";
       std::string& leaves = m_heads.back().leaves;
       if (leaves.find(attribute) == std::string::npos)
         leaves += attribute + MDocumentText::EncodeAttribute(m_leaf) + '"';
@@ -339,25 +379,20 @@ class MDocumentWriter::Writing {
   /// Ends the part between two tags; what is open goes on in the next one.
   void _NextPart() {
     _CloseStart();
-    std::string const names = m_names;
-    std::vector<std::size_t> const open = m_open;
+    std::vector<TagName const*> const open = m_open;
     m_is_head = false;
     while (m_open.size() > 1) _EndCurrent();
     _EndPart();
 
-    m_names = names;
     m_open = open;
-    for (std::size_t i = 0; i < open.size(); ++i) {
-      std::size_t const end = i + 1 < open.size() ? open[i + 1] : names.size();
-      m_text.Append('<');
-      m_text.Append(std::string_view(names).substr(open[i], end - open[i]));
-      if (i == 0) {
-        m_text.Append('>');
-      } else {
+    for (TagName const* const tag : open) {
+      m_text.Append(tag->start);
+      if (tag != open.front()) {
         m_text.Append(' ');
         m_text.Append(MDocumentText::kContinued);
-        m_text.Append("=\"1\">");
+        m_text.Append("=\"1\"");
       }
+      m_text.Append('>');
     }
   }
 
@@ -422,9 +457,10 @@ class MDocumentWriter::Writing {
   bool m_part_has_stream = false;
   bool m_value_is_open = false;
 
-  std::string m_names;              ///< of the open tags, encoded, one behind the other
-  std::vector<std::size_t> m_open;  ///< where each of them begins in it; the root is the first
-  bool m_start_is_open = false;     ///< attributes may still come
+  TagNames m_names;
+  std::vector<TagName const*> m_open;  ///< the root is the first
+  bool m_start_is_open = false;        ///< attributes may still come
+  bool m_has_reference = false;        ///< in the start tag that is open
   std::vector<std::pair<std::string, std::string>> m_attributes;
 
   // What the contents tell of the children of the root.
