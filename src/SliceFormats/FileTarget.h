@@ -25,7 +25,7 @@ class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
   /// `StartAddingSlices`.
   FileTarget(std::string path, FormatReport* report);
 
-  /// Opens the file. The properties are those that are set by then.
+  /// Opens the file. The reference to the properties stays valid and shows what is set later, too.
   virtual std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
                                              FormatReport* report) const = 0;
 

@@ -15,7 +15,8 @@ import xml.etree.ElementTree as ElementTree
 
 def decode(text):
     """A name or an attribute text as it was before it was fitted into XML."""
-    return re.sub("_x([0-9A-F]{2})?_", lambda m: chr(int(m[1], 16)) if m[1] else "", text)
+    raw = re.sub(b"_x([0-9A-F]{2})?_", lambda m: bytes([int(m[1], 16)]) if m[1] else b"", text.encode())
+    return raw.decode("utf-8", "surrogateescape")
 
 
 def read_reference(reference, stream):

@@ -81,9 +81,9 @@ std::string RandomTags(std::mt19937& random, int depth) {
   std::string text;
   for (auto count = random() % 6; count != 0; --count) {
     std::string const name = pick(names);
-    text += "<" + name + ">" + (name == "Data" ? "1 2 3 4 5 6 7 8" : pick(texts));
-    if (name != "Data" && depth != 0) text += RandomTags(random, depth - 1);
-    text += "</" + name + ">";
+    bool const has_tags = name != "Data" && depth != 0 && random() % 3 != 0;
+    std::string const value = name == "Data" ? "1 2 3 4 5 6 7 8" : pick(texts);
+    text += "<" + name + ">" + (has_tags ? RandomTags(random, depth - 1) : value) + "</" + name + ">";
   }
   return text;
 }

@@ -318,7 +318,7 @@ TEST_F(Document, AsksElementsInTheirOrderAlsoAcrossParts) {
       log, ElementsAre("root defaults", "root Document/O1", "O1 defaults", "O1 O1/Leaf", "O1 end Leaf", "O1 O1/R",
                        "O1 init", "root end O1", "~O1", "root Document/W", "root W/Inner", "root end Inner", "root W/R",
                        "root W/Leaf", "root end Leaf", "root end W", "root init", "root resolve", "~root"));
-  EXPECT_THAT(report.warnings, ElementsAre("the tag 'O1/R' was refused and left out"));
+  EXPECT_THAT(report.warnings, ElementsAre("the tag 'O1/R' was not understood and left out"));
 }
 
 TEST_F(Document, ContentsTellWhereChildrenBeginAndTheirFirstLeaves) {
@@ -333,7 +333,7 @@ TEST_F(Document, ContentsTellWhereChildrenBeginAndTheirFirstLeaves) {
   }
   writer.WriteTextTag("Third", "8");
   writer.EndTag("Slice");
-  writer.SetLateText("123");
+  writer.SetLateNumber(123);
   writer.Finish();
 
   MDocument const document(m_path);
@@ -364,6 +364,29 @@ TEST_F(Document, WriterRefusesTagsThatDoNotFitTogether) {
                }),
                std::logic_error);
   EXPECT_THROW(finish([](auto& w) { w.CreateBinaryStream(); }), std::logic_error);
+  EXPECT_THROW(finish([](auto& w) { w.WriteTextValue("in the root"); }), std::logic_error);
+  EXPECT_THROW(finish([](auto& w) { w.WriteLateTag("A"); }), std::logic_error);
+  for (std::string const text : {"short", "\x01"}) {
+    EXPECT_THROW(finish([&](auto& w) {
+                   w.StartTag("A");
+                   w.WriteTextValue(text);
+                   w.WriteTextValue("b");
+                   w.EndTag("A");
+                 }),
+                 std::logic_error);
+    EXPECT_THROW(finish([&](auto& w) {
+                   w.StartTag("A");
+                   w.WriteTextValue(text);
+                   w.StartTag("B");
+                   w.EndTag("B");
+                 }),
+                 std::logic_error);
+  }
+  finish([](auto& w) {
+    for (int i = 0; i < 5000; ++i) w.WriteTextTag(("Name" + std::to_string(i)).c_str(), "text");
+  });
+  EXPECT_EQ(Read(m_path).children.size(), 5000u);
+  std::filesystem::remove(m_path);
   EXPECT_THROW(finish([](auto& w) {
                  w.CreateBinaryStream();
                  w.CreateBinaryStream();

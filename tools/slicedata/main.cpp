@@ -66,7 +66,7 @@ int Run(int argc, char const* const* argv) {
   Tool::AddGenerateCommand(program);
   program.AddHelp(
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
-      "from its name: .cli (Common Layer Interface), .slicestack (a stack document, which keeps everything), .svg (a "
+      "from its name: .cli (Common Layer Interface), .slicestack (a stack document, our own), .svg (a "
       "picture, written only).");
   program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 130 and 143 stopped by a signal.");
   program.AddHelp("'slicedata COMMAND --help' tells all about a command.");

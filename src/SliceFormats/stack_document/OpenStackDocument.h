@@ -9,8 +9,6 @@
 
 namespace SliceFormats {
 
-constexpr char const* kStackDocumentKind = "SliceStack";
-
 /// Opens a document that holds a stack of slices. Throws `MDocumentError` for any other.
 std::shared_ptr<MDocument const> OpenStackDocument(std::string const& path);
 

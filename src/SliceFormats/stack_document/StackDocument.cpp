@@ -1,6 +1,7 @@
 #include <SliceData/persistence/MSaxM2DSliceStack.h>
 #include <SliceData/platform/common/SaxUtilities.h>
 #include <SliceData/platform/sax/MDocumentError.h>
+#include <SliceData/platform/sax/MDocumentText.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceFormats/stack_document/OpenStackDocument.h>
 #include <SliceFormats/stack_document/StackDocument.h>
@@ -12,8 +13,8 @@ namespace SliceFormats {
 std::shared_ptr<MDocument const> OpenStackDocument(std::string const& path) {
   auto document = std::make_shared<MDocument>(path);
   if (document->GetKind() != kStackDocumentKind) {
-    throw MDocumentError(
-        path, "is a document of the kind '" + document->GetKind() + "', not a stack of slices; give a stack document");
+    throw MDocumentError(path, "is a document of the kind '" + MDocumentText::ForMessage(document->GetKind()) +
+                                   "', not a stack of slices; give a stack document");
   }
   return document;
 }

@@ -9,6 +9,9 @@ class M2DSliceStack;
 
 namespace SliceFormats {
 
+/// The kind of a stack document: what `SaxUtilities::WriteFile` has to be told of one.
+constexpr char const* kStackDocumentKind = "SliceStack";
+
 /// Reads a stack document into a stack, which goes on holding what it held before: a slice at a height that it has
 /// already replaces what it brings, and the properties are replaced. Slices without a thickness get the range from the
 /// slice below.
@@ -23,7 +26,7 @@ namespace SliceFormats {
 VELSDK_EXPORT void ReadStackDocument(std::string const& path, M2DSliceStack& stack, FormatReport* report = nullptr);
 
 /// Writes a stack as a document. Slices that are paged out are copied from disk to disk; slices that wait for an
-/// initial source are written empty.
+/// initial source are written empty (`StackDocumentTarget` takes them whole, and reports what it cannot carry).
 ///
 /// The document appears under its name when it is whole; what was there before stays until then. The same slices give
 /// the same bytes. Parameters are not kept, and of a Z range that was set explicitly only the thickness; coordinates

@@ -3,6 +3,7 @@
 #include <SliceData/persistence/MSaxM2DSlice.h>
 #include <SliceData/platform/properties/PersistentPropertiesSax.h>
 #include <SliceData/platform/sax/MDocumentError.h>
+#include <SliceData/platform/sax/MDocumentText.h>
 #include <SliceData/platform/sax/MSAXReader.h>
 #include <SliceFormats/stack_document/OpenStackDocument.h>
 #include <SliceFormats/stack_document/StackDocumentSource.h>
@@ -170,7 +171,7 @@ class StackDocumentSource::Reading {
     } else if (child.tag == "Properties") {
       m_place_of_properties = Place{child.part, child.ordinal};
     } else if (child.tag != "Label" && child.tag != "NumSlices" && m_report != nullptr) {
-      m_report->Note("the tag '" + child.tag + "' is not known and was left out");
+      m_report->Note("the tag '" + MDocumentText::ForMessage(child.tag) + "' was not understood and left out");
     }
   }
 

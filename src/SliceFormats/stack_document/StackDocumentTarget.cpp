@@ -2,10 +2,13 @@
 #include <SliceData/platform/properties/PersistentPropertiesSax.h>
 #include <SliceData/platform/sax/MDocumentWriter.h>
 #include <SliceData/platform/sax/MSAXTagWriter.h>
-#include <SliceFormats/stack_document/OpenStackDocument.h>
+#include <SliceFormats/stack_document/StackDocument.h>
 #include <SliceFormats/stack_document/StackDocumentTarget.h>
 
+#include <array>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -13,11 +16,17 @@ namespace SliceFormats {
 
 namespace {
 
+/// True if the six digits of a number in a type record tell all of it.
+bool IsWrittenWhole(double value) {
+  std::array<char, 32> text;
+  std::snprintf(text.data(), text.size(), "%.6g", value);
+  return std::strtod(text.data(), nullptr) == value;
+}
+
 class StackDocumentWriting final : public FileWriting {
  public:
   StackDocumentWriting(std::string const& path, PersistentProperties const& properties, FormatReport* report)
       : FileWriting(path, report), m_properties(properties), m_writer(path, kStackDocumentKind) {
-    m_writer.RegisterRootObject(nullptr);
     m_writer.WriteTextTag("Label", "Name");
     m_writer.WriteLateTag("NumSlices");
   }
@@ -35,16 +44,16 @@ class StackDocumentWriting final : public FileWriting {
 
     MSAXTagWriter const tag(m_writer, "Slice");
     // Writing leaves the slice as it is, but for what can be computed again.
-    if (!MSaxM2DSlice(const_cast<M2DSlice*>(&slice), nullptr).Write(m_writer)) _Fail("a slice cannot be written");
+    MSaxM2DSlice(const_cast<M2DSlice*>(&slice), nullptr).Write(m_writer);
   }
 
   void _Finish() override {
     {
       PersistentProperties properties = m_properties;
       MSAXTagWriter const tag(m_writer, "Properties");
-      if (!PersistentPropertiesSax(&properties, false).Write(m_writer)) _Fail("the properties cannot be written");
+      PersistentPropertiesSax(&properties, false).Write(m_writer);
     }
-    m_writer.SetLateText(std::to_string(m_num_slices));
+    m_writer.SetLateNumber(m_num_slices);
     m_writer.Finish();
   }
 
@@ -61,6 +70,11 @@ class StackDocumentWriting final : public FileWriting {
       typename std::decay_t<decltype(component)>::BaseInfo info;
       component.GetBaseInfo(info);
       area = info.xyArea;
+    }
+    for (unsigned long i = 0; i < component.GetNumElements(); ++i) {
+      for (auto const& [name, value] : component.GetTypeInfo(i).GetNumbers()) {
+        _NoteIf(!IsWrittenWhole(value), "numbers of type records were written with six digits");
+      }
     }
     using Limits = std::numeric_limits<std::int32_t>;
     bool const fits = area.IsEmpty() || (area.minX >= Limits::min() && area.minY >= Limits::min() &&

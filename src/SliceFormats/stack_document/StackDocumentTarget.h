@@ -12,7 +12,8 @@ namespace SliceFormats {
 ///
 /// The document is the one that `WriteStackDocument` makes of a stack with the same slices and properties, byte for
 /// byte. It keeps elements, types and properties; what it cannot carry goes to the report: heights and further
-/// information of single contour points, and of Z ranges that were set explicitly all but the thickness. The two
+/// information of single contour points, digits beyond the sixth of numbers in type records, and of Z ranges that were
+/// set explicitly all but the thickness. The two
 /// parameter records are not kept. Properties may be set until `StopAddingSlices`.
 ///
 /// Throws `FormatError` for a slice that cannot be written (z not above that of the slice before or not valid,

@@ -146,23 +146,23 @@ Entry ReadRecord(MInputFile const& file, Window& window, Directory const& direct
   }
   if (!entry.is_deflated) entry.compressed_size = entry.size;
 
+  std::size_t const header_size = ZipFrame::GetLocalHeaderSize(entry);
+  entry.offset = content_end + header_size;
+  expected.clear();
+  ZipFrame::AppendDirectoryRecord(expected, entry);
+  get(0, expected.size());
+  window.Expect(expected, at, kWindow);
+
   // What the writer does not make of so many bytes. Deflating adds some bytes in ten thousand at the most.
   bool const has_right_size =
       !entry.is_deflated ||
       (entry.size < ZipFrame::kMax32 && ZipFrame::IsRatioAllowed(entry.size, entry.compressed_size) &&
        entry.compressed_size <= entry.size + entry.size / 16 + 64 && entry.compressed_size < ZipFrame::kMax32);
   std::uint64_t const free = directory.offset - content_end;
-  std::size_t const header_size = ZipFrame::GetLocalHeaderSize(entry);
   if (!has_right_size || free < header_size || free - header_size < entry.compressed_size) {
     Fail(file, at, "the size of " + entry.name + " cannot be right");
   }
-  entry.offset = content_end + header_size;
   content_end = entry.offset + entry.compressed_size;
-
-  expected.clear();
-  ZipFrame::AppendDirectoryRecord(expected, entry);
-  get(0, expected.size());
-  window.Expect(expected, at, kWindow);
   at += expected.size();
   return entry;
 }

@@ -4,7 +4,6 @@
 #include <cassert>
 #include <libdeflate.h>
 #include <new>
-#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -40,7 +39,6 @@ MZipWriter::~MZipWriter() = default;
 
 void MZipWriter::Add(std::string const& name, std::string_view content) {
   assert(m_stored == nullptr);
-  if (content.size() >= ZipFrame::kMax32) throw std::length_error(name + ": too long to be deflated; store it");
   std::size_t const room = libdeflate_deflate_compress_bound(m_compressor.get(), content.size());
   char* const compressed = _Room(room);
 
@@ -50,12 +48,13 @@ void MZipWriter::Add(std::string const& name, std::string_view content) {
   entry.compressed_size =
       libdeflate_deflate_compress(m_compressor.get(), content.data(), content.size(), compressed, room);
   assert(entry.compressed_size != 0);
-  if (!ZipFrame::IsRatioAllowed(entry.size, entry.compressed_size)) {
+  bool const is_stored = entry.size >= ZipFrame::kMax32 || entry.compressed_size >= ZipFrame::kMax32 ||
+                         !ZipFrame::IsRatioAllowed(entry.size, entry.compressed_size);
+  if (is_stored) {
     StartStored(name);
     Write(content.data(), content.size());
     return EndStored();
   }
-  if (entry.compressed_size >= ZipFrame::kMax32) throw std::length_error(name + ": too long to be deflated; store it");
 
   ZipFrame::AppendDirectoryRecord(m_directory, entry);
   ++m_num_entries;

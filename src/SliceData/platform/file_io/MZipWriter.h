@@ -25,8 +25,7 @@ class VELSDK_EXPORT MZipWriter {
   MZipWriter(MZipWriter const&) = delete;
   MZipWriter& operator=(MZipWriter const&) = delete;
 
-  /// Adds an entry: deflated, unless it comes out so small that a reader would not believe it. Throws
-  /// `std::length_error`, with nothing written, for 4 GiB and more.
+  /// Adds an entry: deflated, unless it comes out so small that a reader would not believe it, or is 4 GiB and more.
   void Add(std::string const& name, std::string_view content);
 
   /// Begins a stored entry; `Write` appends to it until `EndStored`. Other entries have to wait.

@@ -19,7 +19,7 @@ class VELSDK_EXPORT ISAXPersistBase : public virtual ISAXReference {
   virtual bool HandleTag(std::string const& tag, MSAXReader& reader) = 0;
   /// A child tag has ended. Comes before an owned child of that tag is destroyed.
   virtual void HandleEndTag(std::string const& tag) = 0;
-  /// Called at the end of the document.
+  /// Called at the end of the document, for the element that was read as its root.
   virtual void ResolveReferences(MSAXReader& reader) = 0;
   /// Called after the element's own end tag.
   virtual void InitAfterLoading() = 0;

@@ -94,8 +94,9 @@ MDocument::MDocument(std::string path) : m_zip(std::move(path)) {
   std::size_t const dot = std::min(version.find('.'), version.size());
   std::uint64_t const major = ReadNumber(version.substr(0, dot), contents);
   if (major != kMajorVersion) {
-    throw MDocumentError(GetPath(), "has the document format " + std::string(version) + ", and this library reads " +
-                                        std::to_string(kMajorVersion) + "; use a version of it that fits");
+    throw MDocumentError(GetPath(), "has the document format " + MDocumentText::ForMessage(version) +
+                                        ", and this library reads " + std::to_string(kMajorVersion) +
+                                        "; use a version of it that fits");
   }
   m_minor_version = ReadNumber(version.substr(std::min(dot + 1, version.size())), contents);
   m_kind = MDocumentText::Decode(contents.GetNode().attribute("kind").value());

@@ -427,12 +427,12 @@ class MDocumentReader::Reading {
     for (auto const& [expected_parent, expected_tag] : m_expected_refusals) {
       if (tag == expected_tag && parent == expected_parent) return;
     }
-    _Warn("was refused and left out");
+    _Warn("was not understood and left out");
   }
 
   [[gnu::noinline]] void _Warn(char const* what) {
     std::string path;
-    for (std::size_t i = 1; i < m_depth; ++i) path += (i == 1 ? "" : "/") + m_frames[i].name;
+    for (std::size_t i = 1; i < m_depth; ++i) path += (i == 1 ? "" : "/") + MDocumentText::ForMessage(m_frames[i].name);
     if (path.size() > kMaxPath) path = "..." + path.substr(path.size() - kMaxPath);
     std::string text = "the tag '" + path + "' " + what;
     if (m_warnings.size() >= kMaxWarnings && m_warnings.count(text) == 0) text = "other tags were left out";
@@ -449,7 +449,8 @@ class MDocumentReader::Reading {
 
   [[noreturn]] void _Fail(pugi::xml_node node, char const* what) const {
     auto const offset = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
-    m_document->FailInTree(m_part, offset, "the tag '" + MDocumentText::Decode(node.name()) + "' " + what + kAdvice);
+    m_document->FailInTree(m_part, offset,
+                           "the tag '" + MDocumentText::ForMessage(node.name()) + "' " + what + kAdvice);
   }
 
   std::shared_ptr<MDocument const> m_document;

@@ -119,6 +119,13 @@ std::string EncodeName(std::string_view name) {
   return encoded;
 }
 
+std::string ForMessage(std::string_view text) {
+  constexpr std::size_t longest = 80;
+  std::string message = EncodeAttribute(text.substr(0, longest));
+  if (text.size() > longest) message += "...";
+  return message;
+}
+
 std::string Decode(std::string_view encoded) {
   std::string decoded;
   while (!encoded.empty()) {

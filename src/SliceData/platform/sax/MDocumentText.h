@@ -35,6 +35,8 @@ struct Reference {
 };
 
 std::string EncodeName(std::string_view name);
+/// A name or another short text of a document for a message: one line, and not long.
+VELSDK_EXPORT std::string ForMessage(std::string_view text);
 /// For names and for attribute texts.
 std::string Decode(std::string_view encoded);
 /// An attribute text, with what stands between the quotes escaped.

@@ -31,7 +31,7 @@ constexpr std::size_t kMaxLateHead = 8;
 
 /// A name of a tag, ready for the text.
 struct TagName {
-  std::string raw;
+  std::string raw;  ///< as callers give it
   std::string encoded;
   std::string start;  ///< the start tag up to its attributes
   std::string end;
@@ -41,6 +41,20 @@ struct TagName {
 /// compared all the same.
 class TagNames {
  public:
+  /// So many are kept; a document has a few dozen.
+  static constexpr std::size_t kMaxNames = 1024;
+
+  bool IsFull() const { return m_names.size() >= kMaxNames; }
+
+  /// Forgets all names but those in use.
+  template <class IsUsed>
+  void ForgetUnless(IsUsed const& is_used) {
+    m_slots.fill({});
+    for (auto name = m_names.begin(); name != m_names.end();) {
+      name = is_used(name->second) ? std::next(name) : m_names.erase(name);
+    }
+  }
+
   TagName const& Get(char const* name) {
     Slot& slot = m_slots[reinterpret_cast<std::uintptr_t>(name) % m_slots.size()];
     if (slot.address != name || std::strcmp(slot.name->raw.c_str(), name) != 0) slot = {name, &_Find(name)};
@@ -189,9 +203,14 @@ class MDocumentWriter::Writing {
     if (m_open.size() == MDocumentText::kMaxDepth) {
       throw std::logic_error(std::string("too many tags inside each other at '") + name + "'; flatten the document");
     }
+    if (!m_open.empty() && m_open.back().has_text) {
+      throw std::logic_error(std::string("the tag '") + name +
+                             "' comes behind a text; write texts in tags of their own");
+    }
+    if (m_names.IsFull()) _ForgetNames();
     TagName const& tag = m_names.Get(name);
     _CloseStart();
-    m_open.push_back(&tag);
+    m_open.push_back({&tag, false});
     _NoteStart();
     m_text.Append(tag.start);
     m_start_is_open = true;
@@ -201,7 +220,7 @@ class MDocumentWriter::Writing {
     if (m_failure != nullptr) return;
     try {
       if (m_open.size() < 2) throw std::logic_error(std::string("no tag is open that '") + name + "' could end");
-      if (std::strcmp(m_open.back()->raw.c_str(), name) != 0) {
+      if (std::strcmp(m_open.back().name->raw.c_str(), name) != 0) {
         throw std::logic_error(std::string("'") + name + "' ends a tag that is called otherwise; end them in turn");
       }
       if (m_is_head) _NoteEnd();
@@ -212,7 +231,10 @@ class MDocumentWriter::Writing {
   }
 
   void WriteAttribute(char const* name, std::string const& value) {
-    if (!m_start_is_open) throw std::logic_error("an attribute comes after the content of its tag; write it before");
+    if (!m_start_is_open || m_open.size() < 2) {
+      throw std::logic_error(
+          "an attribute comes after the content of its tag, or before the first tag; write it before");
+    }
     std::string encoded = MDocumentText::EncodeName(name);
     if (std::strlen(name) > MDocumentText::kMaxName || value.size() > MDocumentText::kMaxAttribute) {
       throw std::logic_error("an attribute is longer than 64 KiB, or its name than 1 KiB; write it as a tag");
@@ -221,9 +243,11 @@ class MDocumentWriter::Writing {
   }
 
   void WriteText(std::string const& text) {
-    if (m_has_reference) {
-      throw std::logic_error("a text comes after a long or binary one in the same tag; write one text");
+    if (text.empty()) return;
+    if (!m_start_is_open || m_open.size() < 2 || m_open.back().has_text) {
+      throw std::logic_error("a text comes after other content of its tag; write it in a tag of its own");
     }
+    m_open.back().has_text = true;
     bool const is_plain = MDocumentText::IsPlainText(text);
     if (text.size() > MDocumentText::kMaxText || (!is_plain && !MDocumentText::IsXmlText(text))) {
       return _WriteTextToStream(text);
@@ -232,7 +256,6 @@ class MDocumentWriter::Writing {
       m_leaf = text;
       m_leaf_depth = m_open.size();
     }
-    if (text.empty()) return;
     _CloseStart();
     if (m_part == 0 && m_open.size() == 2 && m_heads.size() <= kMaxLateHead) m_uncounted += text.size();
     if (is_plain) {
@@ -272,12 +295,14 @@ class MDocumentWriter::Writing {
     EndTag(name);
   }
 
-  void SetLate(std::string const& text) { m_late_text = text; }
+  void SetLate(unsigned long number) { m_late_text = std::to_string(number); }
 
   void Finish() {
     if (m_failure != nullptr) std::rethrow_exception(m_failure);
-    if (m_open.size() != 1 || m_value_is_open) {
-      throw std::logic_error("the document is finished inside a tag; end all tags first");
+    if (m_open.size() != 1) throw std::logic_error("the document is finished inside a tag; end all tags first");
+    if (m_value_is_open) throw std::logic_error("a binary value was begun and not written; write it into a tag first");
+    if ((m_late_head == kNoHead) != m_late_text.empty()) {
+      throw std::logic_error("a late number has a tag and no value, or a value and no tag; give both");
     }
     _EndPart();
     _WriteFirstPart();
@@ -287,6 +312,12 @@ class MDocumentWriter::Writing {
   }
 
  private:
+  /// A tag that is open.
+  struct Level {
+    TagName const* name;
+    bool has_text;  ///< or a binary value; nothing else may be in it then
+  };
+
   static constexpr std::size_t kNoHead = static_cast<std::size_t>(-1);
 
   /// The head of a child of the root stays in one part, so that the contents can tell it.
@@ -298,10 +329,13 @@ class MDocumentWriter::Writing {
 
   bool _IsInHead() const { return m_is_head && m_text.GetSize() - m_heads.back().offset < kMaxHead; }
 
+  void _ForgetNames() {
+    m_names.ForgetUnless([this](TagName const& name) {
+      return std::any_of(m_open.begin(), m_open.end(), [&](Level const& level) { return level.name == &name; });
+    });
+  }
+
   void _WriteTextToStream(std::string const& text) {
-    if (!m_start_is_open || m_value_is_open) {
-      throw std::logic_error("a long or binary text comes after other content of its tag; write it in a tag alone");
-    }
     StartValue();
     m_stream.Write(text.data(), text.size());
     _WriteReference(MDocumentText::kText);
@@ -311,7 +345,7 @@ class MDocumentWriter::Writing {
     if (!m_start_is_open) return;
     if (!m_attributes.empty()) _WriteAttributes();
     m_text.Append('>');
-    m_start_is_open = m_has_reference = false;
+    m_start_is_open = false;
   }
 
   [[gnu::noinline]] void _WriteAttributes() {
@@ -335,9 +369,9 @@ class MDocumentWriter::Writing {
     if (m_start_is_open) {
       if (!m_attributes.empty()) _WriteAttributes();
       m_text.Append("/>");
-      m_start_is_open = m_has_reference = false;
+      m_start_is_open = false;
     } else {
-      m_text.Append(m_open.back()->end);
+      m_text.Append(m_open.back().name->end);
     }
     m_open.pop_back();
   }
@@ -349,14 +383,14 @@ class MDocumentWriter::Writing {
     m_text.Append("=\"");
     m_text.Append(MDocumentText::ToText(m_stream.EndValue(), text));
     m_text.Append('"');
-    m_has_reference = true;
+    m_open.back().has_text = true;
     m_value_is_open = false;
   }
 
   /// A child of the root begins, or a tag in it.
   void _NoteStart() {
     if (m_open.size() == 2) {
-      m_heads.push_back({m_open.back()->encoded, m_text.GetSize(), {}});
+      m_heads.push_back({m_open.back().name->encoded, m_text.GetSize(), {}});
       m_is_head = true;
       m_num_head_tags = 0;
     } else if (m_open.size() == 3 && m_is_head) {
@@ -367,7 +401,7 @@ class MDocumentWriter::Writing {
 
   void _NoteEnd() {
     if (m_leaf_depth == m_open.size()) {
-      std::string const attribute = " " + m_open.back()->encoded + "=\"";
+      std::string const attribute = " " + m_open.back().name->encoded + "=\"";
       std::string& leaves = m_heads.back().leaves;
       if (leaves.find(attribute) == std::string::npos)
         leaves += attribute + MDocumentText::EncodeAttribute(m_leaf) + '"';
@@ -379,15 +413,15 @@ class MDocumentWriter::Writing {
   /// Ends the part between two tags; what is open goes on in the next one.
   void _NextPart() {
     _CloseStart();
-    std::vector<TagName const*> const open = m_open;
+    std::vector<Level> const open = m_open;
     m_is_head = false;
     while (m_open.size() > 1) _EndCurrent();
     _EndPart();
 
     m_open = open;
-    for (TagName const* const tag : open) {
-      m_text.Append(tag->start);
-      if (tag != open.front()) {
+    for (std::size_t i = 0; i < open.size(); ++i) {
+      m_text.Append(open[i].name->start);
+      if (i != 0) {
         m_text.Append(' ');
         m_text.Append(MDocumentText::kContinued);
         m_text.Append("=\"1\"");
@@ -424,11 +458,11 @@ class MDocumentWriter::Writing {
 
   void _WriteFirstPart() {
     if (m_late_head != kNoHead) {
-      std::string const text = MDocumentText::Escape(m_late_text);
-      m_first_text.insert(m_late_position, text);
-      for (std::size_t i = m_late_head + 1; i < m_first_heads.size(); ++i) m_first_heads[i].offset += text.size();
+      m_first_text.insert(m_late_position, m_late_text);
+      for (std::size_t i = m_late_head + 1; i < m_first_heads.size(); ++i)
+        m_first_heads[i].offset += m_late_text.size();
       Head& late = m_first_heads[m_late_head];
-      late.leaves = " " + late.tag + "=\"" + MDocumentText::EncodeAttribute(m_late_text) + '"';
+      late.leaves = " " + late.tag + "=\"" + m_late_text + '"';
     }
     m_zip.Add(MDocumentText::TreeName(0), m_first_text);
     _AppendContents(m_first_contents, 0, m_first_has_stream, m_first_heads);
@@ -458,9 +492,8 @@ class MDocumentWriter::Writing {
   bool m_value_is_open = false;
 
   TagNames m_names;
-  std::vector<TagName const*> m_open;  ///< the root is the first
-  bool m_start_is_open = false;        ///< attributes may still come
-  bool m_has_reference = false;        ///< in the start tag that is open
+  std::vector<Level> m_open;     ///< the root is the first
+  bool m_start_is_open = false;  ///< attributes may still come
   std::vector<std::pair<std::string, std::string>> m_attributes;
 
   // What the contents tell of the children of the root.
@@ -519,8 +552,8 @@ void MDocumentWriter::WriteTextValue(std::string const& text) {
 void MDocumentWriter::WriteLateTag(char const* name) {
   m_writing->WriteLate(name);
 }
-void MDocumentWriter::SetLateText(std::string const& text) {
-  m_writing->SetLate(text);
+void MDocumentWriter::SetLateNumber(unsigned long number) {
+  m_writing->SetLate(number);
 }
 void MDocumentWriter::Finish() {
   m_writing->Finish();

@@ -9,7 +9,8 @@
 /// Writes a document to a file, which appears under its name when `Finish` returns.
 ///
 /// Memory stays bounded however large the document is: a piece of the tree, and a buffer for binary values. The same
-/// tags give the same bytes; names of binary streams are not kept. One binary value is written at a time.
+/// tags give the same bytes; names of binary streams are not kept. One binary value is written at a time. A
+/// tag holds one text, one binary value or other tags.
 ///
 /// Throws `std::system_error` where the disk refuses and `std::logic_error` for tags that do not fit together, for more
 /// than 250 levels, names above 1 KiB and attributes above 64 KiB. `EndTag` keeps a failure back until `Finish`, since
@@ -34,9 +35,10 @@ class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
   bool WriteTextAttribute(char const* name, std::string const& value) override;
   void WriteTextValue(std::string const& text) override;
 
-  /// Writes a tag whose text is not known yet: `SetLateText` gives it. Once a document, among the first tags.
+  /// Writes a tag with a number that is not known yet: `SetLateNumber` gives it before `Finish`. Once a document, among
+  /// the first children of the root.
   void WriteLateTag(char const* name);
-  void SetLateText(std::string const& text);
+  void SetLateNumber(unsigned long number);
 
   /// Brings the document to the disk and gives it its name. Nothing may be written afterwards.
   void Finish();
