@@ -20,6 +20,7 @@ echo "-- CMake: find_package(VelSDK.AM.SliceData)"
 cmake -S "$here" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$work/build"
 "$work/build/fill_slice"
+"$work/build/save_and_load" "$work/triangles.slicestack"
 
 echo "-- pkg-config and $CXX"
 export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
