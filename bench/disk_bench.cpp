@@ -495,47 +495,22 @@ void WalkSmallSlices(benchmark::State& state, e2DSliceStackCachingType caching_t
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void WalkMultipleTempFiles(benchmark::State& state) {
-  WalkSmallSlices(state, e2DSliceStackCachingType::MultipleTempFiles);
-}
-void WalkSingleTempFile(benchmark::State& state) {
-  WalkSmallSlices(state, e2DSliceStackCachingType::SingleTempFile);
-}
-void WalkZRange(benchmark::State& state) {
-  WalkSmallSlices(state, e2DSliceStackCachingType::ZRange);
-}
-void WalkNoTempFiles(benchmark::State& state) {
-  WalkSmallSlices(state, e2DSliceStackCachingType::NoTempFiles);
-}
+#define BENCH_WALK(type)                                    \
+  void Walk##type(benchmark::State& state) {                \
+    WalkSmallSlices(state, e2DSliceStackCachingType::type); \
+  }                                                         \
+  BENCHMARK(Walk##type)                                     \
+      ->RangeMultiplier(10)                                 \
+      ->Range(1000, 1'000'000)                              \
+      ->Iterations(1)                                       \
+      ->Repetitions(3)                                      \
+      ->UseManualTime()                                     \
+      ->Unit(benchmark::kMillisecond)
 
-BENCHMARK(WalkMultipleTempFiles)
-    ->RangeMultiplier(10)
-    ->Range(1000, 1'000'000)
-    ->Iterations(1)
-    ->Repetitions(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(WalkSingleTempFile)
-    ->RangeMultiplier(10)
-    ->Range(1000, 1'000'000)
-    ->Iterations(1)
-    ->Repetitions(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(WalkZRange)
-    ->RangeMultiplier(10)
-    ->Range(1000, 1'000'000)
-    ->Iterations(1)
-    ->Repetitions(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(WalkNoTempFiles)
-    ->RangeMultiplier(10)
-    ->Range(1000, 1'000'000)
-    ->Iterations(1)
-    ->Repetitions(3)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+BENCH_WALK(MultipleTempFiles);
+BENCH_WALK(SingleTempFile);
+BENCH_WALK(ZRange);
+BENCH_WALK(NoTempFiles);
 
 std::vector<long> const walk_sizes = {1000, 10'000, 100'000, 1'000'000};
 bench::Register const walk_multiple(bench::Growth{"walk up small slices, multiple", "WalkMultipleTempFiles",

@@ -9,13 +9,13 @@ FileWriting::FileWriting(std::string path, FormatReport* report) : m_path(std::m
 FileWriting::~FileWriting() = default;
 
 void FileWriting::Add(M2DSlice const& slice) {
-  _Begin();
+  _RequireWhole();
   _Add(slice);
   m_is_whole = true;
 }
 
 void FileWriting::Finish() {
-  _Begin();
+  _RequireWhole();
   _Finish();
 }
 
@@ -63,7 +63,7 @@ void FileWriting::_Note(char const* text) const {
   if (m_report != nullptr) m_report->Note(text);
 }
 
-void FileWriting::_Begin() {
+void FileWriting::_RequireWhole() {
   if (!std::exchange(m_is_whole, false)) _Fail("cannot be finished after an earlier failure; write it anew");
 }
 

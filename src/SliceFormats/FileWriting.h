@@ -48,7 +48,7 @@ class VELSDK_EXPORT FileWriting {
   [[noreturn]] void _Fail(char const* what) const { throw FormatError(m_path, what); }
 
  private:
-  void _Begin();
+  void _RequireWhole();
 
   std::string m_path;
   FormatReport* m_report;

@@ -265,10 +265,16 @@ TEST_F(StackDocument, TellsWhatItCannotKeepAndRefusesWhatItWouldSpoil) {
   M2DSliceStack stack(kInMemory);
   auto* const slice = stack.AddSlicePosition(10);
   slice->GetZArea().SetCustomRange(4, 13);
-  slice->GetBorderUpdate()->AddContour().AddPoint(1, 2, 3);
+  {
+    auto border = slice->GetBorderUpdate();
+    M2DSliceContour& contour = border->AddContour();
+    contour.AddPoint(1, 2, 3);
+    contour.GetVectorTypeInfo().SetNumber("POWER", 123.456789);
+  }
   FormatReport report;
   WriteStreamed(m_path, stack, &report);
-  EXPECT_THAT(report.GetNotes(), ElementsAre(HasSubstr("Z ranges"), HasSubstr("heights and further information")));
+  EXPECT_THAT(report.GetNotes(), ElementsAre(HasSubstr("Z ranges"), HasSubstr("heights and further information"),
+                                             HasSubstr("six digits")));
 
   auto const refusal = [&](std::initializer_list<M2DSlice*> slices) {
     StackDocumentTarget target(m_directory / "refused");

@@ -3,7 +3,7 @@
 #include <SliceData/platform/common/Export.h>
 #include <SliceFormats/FormatError.h>
 #include <SliceFormats/FormatReport.h>
-#include <SliceFormats/FormatSource.h>
+#include <SliceFormats/RandomAccessSource.h>
 #include <SliceFormats/cli/CliForm.h>
 
 #include <memory>
@@ -28,7 +28,7 @@ namespace SliceFormats {
 ///
 /// What is wrong with the file is a `FormatError`: from the constructor if it concerns header and structure, from the
 /// getters if it concerns the coordinates of a layer. One thread at a time; several sources may read the same file.
-class VELSDK_EXPORT CliSource final : public FormatSource {
+class VELSDK_EXPORT CliSource final : public RandomAccessSource {
  public:
   /// Opens and indexes the file at `path`. `report`, if given, receives what is skipped and outlives the source.
   explicit CliSource(std::string const& path, FormatReport* report = nullptr);

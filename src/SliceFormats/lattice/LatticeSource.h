@@ -1,7 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
-#include <SliceFormats/FormatSource.h>
+#include <SliceFormats/RandomAccessSource.h>
 
 #include <memory>
 
@@ -23,7 +23,7 @@ struct LatticeOptions {
 ///
 /// Memory: one layer. Time for a layer: a few operations for each node of a grid of 24 nodes a cell and axis. One
 /// thread at a time.
-class VELSDK_EXPORT LatticeSource final : public FormatSource {
+class VELSDK_EXPORT LatticeSource final : public RandomAccessSource {
  public:
   /// Throws `std::invalid_argument` with advice if the measures make no lattice, or a grid of more than 20000 nodes a
   /// side.

@@ -121,9 +121,9 @@ class StackDocumentSource::Reading {
       SliceElement element(slice, record.z);
       m_reader->ReadChild(record.part, record.ordinal, element);
       if (!element.IsRight() || slice.GetZArea().GetZ() != record.z) {
-        m_document->FailInTree(record.part, record.offset,
-                               "there is no slice at the height " + std::to_string(record.z) +
-                                   ", as the contents tell; the document is damaged; take another copy of it");
+        m_document->FailInTree(
+            record.part, record.offset,
+            "there is no slice at the height " + std::to_string(record.z) + ", as the contents tell");
       }
     }
   }

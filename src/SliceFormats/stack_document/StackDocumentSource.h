@@ -2,7 +2,7 @@
 
 #include <SliceData/platform/common/Export.h>
 #include <SliceFormats/FormatReport.h>
-#include <SliceFormats/FormatSource.h>
+#include <SliceFormats/RandomAccessSource.h>
 
 #include <memory>
 #include <string>
@@ -15,15 +15,16 @@ namespace SliceFormats {
 /// in, up to some 4 MiB of tags, and of its own coordinates; the part is kept, so that slices in their order cost each
 /// part once. Memory: 40 bytes a slice, one part, one slice.
 ///
-/// Slices stand in ascending z. Slices of equal z are one, which takes of each kind of elements what comes last, as a
-/// stack does. Z areas are those of the document; one without a thickness stays so, unlike in a stack that was read by
-/// `ReadStackDocument`. The properties are read when they are first asked for, and so is the thickness of a layer: it
-/// is the property "SliceThickness", 0 without. The XY area takes a reading of everything, once.
+/// Slices stand in ascending z; a document in which they do not is refused. Slices of equal z are one, which takes of
+/// each kind of elements what comes last, as a stack does. Z areas are those of the document; one without a thickness
+/// stays so, unlike in a stack that was read by `ReadStackDocument`. The properties are read when they are first asked
+/// for, and so is the thickness of a layer: it is the property "SliceThickness", 0 without. The XY area takes a reading
+/// of everything, once.
 ///
 /// What is wrong with the document is a `MDocumentError`: from the constructor if it concerns the document as a whole,
 /// from the getters if it concerns a part; the other parts can still be read. One thread at a time; several sources
 /// may read the same document.
-class VELSDK_EXPORT StackDocumentSource final : public FormatSource {
+class VELSDK_EXPORT StackDocumentSource final : public RandomAccessSource {
  public:
   /// Opens the document at `path`. `report`, if given, outlives the source; it receives what is skipped when a run
   /// ends. Throws `MDocumentError`, also for documents of another kind, and `std::system_error` if the file cannot be

@@ -65,21 +65,26 @@ class StackDocumentWriting final : public FileWriting {
     if (!component.IsDataValid() && (!component.IsDiskStateValid() || component.IsRecordMapped())) Row::OnAccess(slice);
     M2DSliceXYArea area;
     if (component.IsDataValid()) {
-      for (auto const& element : component.GetData()) area.Extend(_ExamineItems(element));
+      for (auto const& element : component.GetData()) {
+        area.Extend(_ExamineItems(element));
+        _ExamineNumbers(element.GetVectorTypeInfo());
+      }
     } else {
       typename std::decay_t<decltype(component)>::BaseInfo info;
       component.GetBaseInfo(info);
       area = info.xyArea;
-    }
-    for (unsigned long i = 0; i < component.GetNumElements(); ++i) {
-      for (auto const& [name, value] : component.GetTypeInfo(i).GetNumbers()) {
-        _NoteIf(!IsWrittenWhole(value), "numbers of type records were written with six digits");
-      }
+      for (unsigned long i = 0; i < component.GetNumElements(); ++i) _ExamineNumbers(component.GetTypeInfo(i));
     }
     using Limits = std::numeric_limits<std::int32_t>;
     bool const fits = area.IsEmpty() || (area.minX >= Limits::min() && area.minY >= Limits::min() &&
                                          area.maxX <= Limits::max() && area.maxY <= Limits::max());
     if (!fits) _Fail("coordinates beyond 214 m cannot be written; move the geometry to the origin");
+  }
+
+  void _ExamineNumbers(M2DSliceVectorTypeInfo const& info) const {
+    for (auto const& [name, value] : info.GetNumbers()) {
+      _NoteIf(!IsWrittenWhole(value), "numbers of type records were written with six digits");
+    }
   }
 
   PersistentProperties const& m_properties;

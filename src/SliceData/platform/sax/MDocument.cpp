@@ -11,6 +11,7 @@
 namespace {
 
 constexpr char const* kAdvice = "the document is damaged; take another copy of it";
+constexpr char const* kDoesNotFit = "tells of other entries than there are";
 
 /// What the file itself throws while it is read, as an error of the document.
 template <class Function>
@@ -60,8 +61,8 @@ class Contents {
   bool IsEnd() const { return m_is_end; }
   bool IsAtEnd() const { return m_position == m_text.size(); }
 
-  [[noreturn]] void Fail() const {
-    throw MDocumentError(m_path, MDocumentText::kContentsName, std::string("is not well-formed; ") + kAdvice);
+  [[noreturn]] void Fail(char const* what = "is not well-formed") const {
+    throw MDocumentError(m_path, MDocumentText::kContentsName, std::string(what) + "; " + kAdvice);
   }
 
  private:
@@ -117,20 +118,22 @@ MDocument::MDocument(std::string path) : m_zip(std::move(path)) {
     if (!contents.IsStart() || contents.GetName() != "Part") contents.Fail();
     is_in_part = true;
     Part part{m_zip.Find(MDocumentText::TreeName(m_parts.size())), nullptr};
-    if (part.tree == nullptr || part.tree->name != contents.GetNode().attribute("tree").value()) contents.Fail();
-    if (part.tree->size > MDocumentText::kPartTextLimit) contents.Fail();
+    if (part.tree == nullptr || part.tree->name != contents.GetNode().attribute("tree").value()) {
+      contents.Fail(kDoesNotFit);
+    }
+    if (part.tree->size > MDocumentText::kPartTextLimit) contents.Fail("tells of a part that is too long");
     if (pugi::xml_attribute const stream = contents.GetNode().attribute("stream")) {
       part.stream = m_zip.Find(MDocumentText::StreamName(m_parts.size()));
-      if (part.stream == nullptr || part.stream->name != stream.value() || part.stream->is_deflated) contents.Fail();
+      if (part.stream == nullptr || part.stream->name != stream.value() || part.stream->is_deflated) {
+        contents.Fail(kDoesNotFit);
+      }
       ++num_entries;
     }
     ++num_entries;
     m_parts.push_back(part);
   }
   if (!is_whole) contents.Fail();
-  if (m_parts.empty() || num_entries != m_zip.GetEntries().size()) {
-    throw MDocumentError(GetPath(), std::string("holds other entries than its contents tell; ") + kAdvice);
-  }
+  if (m_parts.empty() || num_entries != m_zip.GetEntries().size()) contents.Fail(kDoesNotFit);
 }
 
 void MDocument::VisitChildren(std::function<void(Child const& child)> const& visit) const {
@@ -167,11 +170,12 @@ void MDocument::ReadStream(unsigned long part, std::uint64_t offset, void* bytes
 }
 
 void MDocument::FailInTree(unsigned long part, std::uint64_t offset, std::string const& what) const {
-  throw MDocumentError(GetPath(), m_parts[part].tree->name + ", byte " + std::to_string(offset), what);
+  throw MDocumentError(GetPath(), m_parts[part].tree->name + ", byte " + std::to_string(offset), what + "; " + kAdvice);
 }
 
 void MDocument::FailInStream(unsigned long part, std::uint64_t offset, std::string const& what) const {
-  throw MDocumentError(GetPath(), MDocumentText::StreamName(part) + ", byte " + std::to_string(offset), what);
+  throw MDocumentError(GetPath(), MDocumentText::StreamName(part) + ", byte " + std::to_string(offset),
+                       what + "; " + kAdvice);
 }
 
 void MDocumentBytes::CopyTo(std::function<void(char const* bytes, std::size_t count)> const& take) const {
@@ -185,5 +189,5 @@ void MDocumentBytes::CopyTo(std::function<void(char const* bytes, std::size_t co
     take(piece.get(), count);
     done += count;
   }
-  if (found != crc) document->FailInStream(part, offset, std::string("the bytes are not those written; ") + kAdvice);
+  if (found != crc) document->FailInStream(part, offset, "the bytes are not those written");
 }

@@ -53,7 +53,7 @@ class VELSDK_EXPORT MDocument {
   /// Bytes of a stream. `offset` and `count` lie inside it. They are not checked.
   void ReadStream(unsigned long part, std::uint64_t offset, void* bytes, std::size_t count) const;
 
-  /// Throws an error about a part of the tree or its stream.
+  /// Throws an error about a part of the tree or its stream: `what` is wrong with it, the advice is added.
   [[noreturn]] void FailInTree(unsigned long part, std::uint64_t offset, std::string const& what) const;
   [[noreturn]] void FailInStream(unsigned long part, std::uint64_t offset, std::string const& what) const;
 

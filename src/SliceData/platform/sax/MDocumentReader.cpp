@@ -16,8 +16,6 @@ namespace {
 
 using MDocumentText::Reference;
 
-constexpr char const* kAdvice = "; the document is damaged; take another copy of it";
-
 /// No fuzzer guesses check sums, so that a build for them does without.
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
 constexpr bool kChecksSums = false;
@@ -54,10 +52,10 @@ class StreamIn final : public MSAXStreamBinaryIn, public BinaryInHolder {
   void Start(unsigned long part, Reference const& value, pugi::xml_node tag) {
     std::uint64_t const size = m_document->GetStreamSize(part);
     if (value.offset < m_first_free && tag != m_tag) {
-      m_document->FailInStream(part, value.offset, std::string("two values lie in one place") + kAdvice);
+      m_document->FailInStream(part, value.offset, "two values lie in one place");
     }
     if (value.offset > size || value.size > size - value.offset) {
-      m_document->FailInStream(part, value.offset, std::string("a value lies outside of the stream") + kAdvice);
+      m_document->FailInStream(part, value.offset, "a value lies outside of the stream");
     }
     m_part = part;
     m_value = value;
@@ -87,9 +85,8 @@ class StreamIn final : public MSAXStreamBinaryIn, public BinaryInHolder {
   /// Goes on from `m_end` with bytes that the window holds already or takes in now.
   void _Refill(std::size_t bytes) override {
     if (GetRemaining() < bytes) {
-      m_document->FailInStream(
-          m_part, m_value.offset,
-          "a value of " + std::to_string(m_value.size) + " bytes has fewer than its tags tell" + kAdvice);
+      m_document->FailInStream(m_part, m_value.offset,
+                               "a value of " + std::to_string(m_value.size) + " bytes has fewer than its tags tell");
     }
     auto const keep = static_cast<std::size_t>(m_end - m_cursor);
     std::uint64_t const offset = m_value.offset + m_value.size - m_rest;
@@ -105,7 +102,7 @@ class StreamIn final : public MSAXStreamBinaryIn, public BinaryInHolder {
     m_end += count;
     m_rest -= count;
     if (m_rest == 0 && m_found_crc != m_value.crc && kChecksSums) {
-      m_document->FailInStream(m_part, m_value.offset, std::string("the bytes are not those written") + kAdvice);
+      m_document->FailInStream(m_part, m_value.offset, "the bytes are not those written");
     }
   }
 
@@ -189,7 +186,7 @@ class MDocumentReader::Reading {
     _Load(part);
     m_stream.Rewind();
     if (ordinal >= m_children.size()) {
-      m_document->FailInTree(part, 0, std::string("has fewer tags than the contents tell") + kAdvice);
+      m_document->FailInTree(part, 0, "has fewer tags than the contents tell");
     }
     pugi::xml_node const child = m_children[ordinal];
     object.SetDefaults();
@@ -333,7 +330,7 @@ class MDocumentReader::Reading {
     if (!result || root.type() != pugi::node_element || root.next_sibling() ||
         std::strcmp(root.name(), "Document") != 0) {
       auto const place = result ? 0 : static_cast<std::uint64_t>(result.offset);
-      m_document->FailInTree(part, place, std::string("is not well-formed") + kAdvice);
+      m_document->FailInTree(part, place, "is not well-formed");
     }
     m_children.clear();
     for (pugi::xml_node child = FirstElement(root); child; child = NextElement(child)) {
@@ -449,8 +446,7 @@ class MDocumentReader::Reading {
 
   [[noreturn]] void _Fail(pugi::xml_node node, char const* what) const {
     auto const offset = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
-    m_document->FailInTree(m_part, offset,
-                           "the tag '" + MDocumentText::ForMessage(node.name()) + "' " + what + kAdvice);
+    m_document->FailInTree(m_part, offset, "the tag '" + MDocumentText::ForMessage(node.name()) + "' " + what);
   }
 
   std::shared_ptr<MDocument const> m_document;

@@ -6,14 +6,14 @@
 namespace SliceFormats {
 
 /// A source that makes slices in any order when they are asked for. What all formats share.
-class VELSDK_EXPORT FormatSource : public ISource2DSlices {
+class VELSDK_EXPORT RandomAccessSource : public ISource2DSlices {
  public:
-  ~FormatSource() override;
-  FormatSource(FormatSource const&) = delete;
-  FormatSource& operator=(FormatSource const&) = delete;
+  ~RandomAccessSource() override;
+  RandomAccessSource(RandomAccessSource const&) = delete;
+  RandomAccessSource& operator=(RandomAccessSource const&) = delete;
 
  protected:
-  FormatSource() = default;
+  RandomAccessSource() = default;
 
   MSliceFileParameters const& _OnGetSliceParameters() const final { return m_slice_parameters; }
   M2DSliceIOParameters const& _OnGetSliceIOParameters() const final { return m_slice_io_parameters; }

@@ -1,7 +1,0 @@
-#include <SliceFormats/FormatSource.h>
-
-namespace SliceFormats {
-
-FormatSource::~FormatSource() = default;
-
-}  // namespace SliceFormats

@@ -1,0 +1,7 @@
+#include <SliceFormats/RandomAccessSource.h>
+
+namespace SliceFormats {
+
+RandomAccessSource::~RandomAccessSource() = default;
+
+}  // namespace SliceFormats
