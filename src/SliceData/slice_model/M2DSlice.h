@@ -190,6 +190,8 @@ struct M2DSlice::BorderRow {
   static M2DSliceComponentContours& Component(M2DSlice const& slice) { return slice.m_border; }
   static void OnAccess(M2DSlice const& slice) { slice._OnAccessBorder(); }
   static void OnChanged(M2DSlice& slice) { slice._OnChangedBorder(); }
+  static Layer const& Get(M2DSlice const& slice) { return slice.GetBorder(); }
+  static Update GetUpdate(M2DSlice& slice) { return slice.GetBorderUpdate(); }
 };
 
 struct M2DSlice::VectorsRow {
@@ -199,6 +201,8 @@ struct M2DSlice::VectorsRow {
   static M2DSliceComponentVectors& Component(M2DSlice const& slice) { return slice.m_vectors; }
   static void OnAccess(M2DSlice const& slice) { slice._OnAccessVectors(); }
   static void OnChanged(M2DSlice& slice) { slice._OnChangedVectors(); }
+  static Layer const& Get(M2DSlice const& slice) { return slice.GetVectors(); }
+  static Update GetUpdate(M2DSlice& slice) { return slice.GetVectorsUpdate(); }
 };
 
 struct M2DSlice::PointsRow {
@@ -208,6 +212,8 @@ struct M2DSlice::PointsRow {
   static M2DSliceComponentPoints& Component(M2DSlice const& slice) { return slice.m_points; }
   static void OnAccess(M2DSlice const& slice) { slice._OnAccessPoints(); }
   static void OnChanged(M2DSlice& slice) { slice._OnChangedPoints(); }
+  static Layer const& Get(M2DSlice const& slice) { return slice.GetPoints(); }
+  static Update GetUpdate(M2DSlice& slice) { return slice.GetPointsUpdate(); }
 };
 
 struct M2DSlice::AreasRow {
@@ -217,6 +223,8 @@ struct M2DSlice::AreasRow {
   static M2DSliceComponentContours& Component(M2DSlice const& slice) { return slice.m_areas; }
   static void OnAccess(M2DSlice const& slice) { slice._OnAccessAreas(); }
   static void OnChanged(M2DSlice& slice) { slice._OnChangedAreas(); }
+  static Layer const& Get(M2DSlice const& slice) { return slice.GetAreas(); }
+  static Update GetUpdate(M2DSlice& slice) { return slice.GetAreasUpdate(); }
 };
 
 template <class Function>
