@@ -2,6 +2,7 @@
 
 #include <boost/make_shared.hpp>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <system_error>
 

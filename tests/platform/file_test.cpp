@@ -3,6 +3,7 @@
 #include <array>
 #include <fcntl.h>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <iterator>
 #include <random>
 #include <sys/stat.h>

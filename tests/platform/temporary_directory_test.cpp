@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
