@@ -71,6 +71,19 @@ class MIntrusiveList {
     return *added;
   }
 
+  /// Links the element directly behind one of this list and takes ownership of it.
+  Element& InsertAfter(Element* position, std::unique_ptr<Element> element) noexcept {
+    assert(position != nullptr && m_count != 0);
+    assert(element != nullptr && element->m_next == nullptr && element->m_previous == nullptr);
+    Element* const added = element.release();
+    added->m_previous = position;
+    added->m_next = position->m_next;
+    (added->m_next != nullptr ? added->m_next->m_previous : m_last) = added;
+    position->m_next = added;
+    ++m_count;
+    return *added;
+  }
+
   /// Takes an element of this list out and gives it back to the caller.
   std::unique_ptr<Element> Unlink(Element* element) noexcept {
     assert(element != nullptr && m_count != 0);

@@ -1,0 +1,139 @@
+#include <SliceData/slice_model/M2DSliceContourLayer.h>
+#include <SliceData/slice_model/M2DSliceVectorLayer.h>
+#include <SliceData/type_operations/Sorting.h>
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <functional>
+#include <type_traits>
+#include <typeinfo>
+#include <vector>
+
+namespace M2DSliceUtilities {
+
+IContourCompare::~IContourCompare() = default;
+IVectorCompare::~IVectorCompare() = default;
+IVectorBlockCompare::~IVectorBlockCompare() = default;
+
+namespace {
+
+constexpr e2DSliceVectorTypeIndex kScanPriority = e2DSliceVectorTypeIndex::IndexScanPriority;
+constexpr long kNoScanPriority = -1;
+
+/// An element of a layer and what it is sorted by.
+template <class Key, class Element>
+struct Entry {
+  Key key;
+  Element* element;
+};
+
+/// Gives each element its new scan priority, takes its key and sorts by the keys. Elements without a place in the
+/// order, all but the first of each set of ties, stay where they are; the others go behind them.
+///
+/// `new_priority` is told the old scan priority and the element's place from the end. All that can throw comes before
+/// the list is touched.
+template <class Layer, class NewPriority, class KeyOf, class GoesBefore>
+void Sort(Layer& layer, NewPriority new_priority, KeyOf key_of, GoesBefore goes_before) {
+  using Element = std::remove_reference_t<decltype(*layer.begin())>;
+  std::vector<Entry<decltype(key_of(*layer.begin())), Element>> entries;
+  unsigned long place = layer.GetCount();
+  entries.reserve(place);
+  for (Element& element : layer) {
+    M2DSliceVectorTypeInfo& info = element.GetVectorTypeInfo();
+    long const old = info.GetIndex(kScanPriority);
+    long const priority = new_priority(old, place--);
+    if (priority != old) info.SetIndex(kScanPriority, priority);
+    entries.push_back({key_of(element), &element});
+  }
+  std::stable_sort(entries.begin(), entries.end(),
+                   [&](auto const& a, auto const& b) { return goes_before(a.key, b.key); });
+  auto const end = std::unique(entries.begin(), entries.end(),
+                               [&](auto const& a, auto const& b) { return !goes_before(a.key, b.key); });
+  for (auto entry = entries.begin(); entry != end; ++entry) layer.Append(layer.Unlink(entry->element));
+}
+
+/// Sorts by asking the rule at each comparison.
+template <class Layer, class NewPriority, class Compare>
+void SortByAsking(Layer& layer, NewPriority new_priority, Compare const& compare) {
+  Sort(
+      layer, new_priority, [](auto const& element) { return &element; },
+      [&](auto const* a, auto const* b) { return compare.Compare(a, b) == -1; });
+}
+
+/// Sorts by the keys of the rule if it is of exactly this class. A derived class may compare otherwise.
+template <class Rule, class NewPriority>
+bool SortByKeysOf(M2DSliceVectorLayer& layer, NewPriority new_priority, IVectorBlockCompare const& compare) {
+  if (typeid(compare) != typeid(Rule)) return false;
+  auto const& rule = static_cast<Rule const&>(compare);
+  Sort(
+      layer, new_priority, [&](M2DSliceVectorBlock const& block) { return rule.GetKey(block); }, std::less<>());
+  return true;
+}
+
+template <class... Rules, class NewPriority>
+bool SortByKeysOfAny(M2DSliceVectorLayer& layer, NewPriority new_priority, IVectorBlockCompare const& compare) {
+  return (SortByKeysOf<Rules>(layer, new_priority, compare) || ...);
+}
+
+}  // namespace
+
+void SortContours(M2DSliceContourLayer& layer, boost::shared_ptr<IContourCompare> compare) {
+  compare->Prepare(layer);
+  auto const keep = [](long old, unsigned long place) {
+    return old == kNoScanPriority ? static_cast<long>(place) : old;
+  };
+  SortByAsking(layer, keep, *compare);
+}
+
+void SortVectors(M2DSliceVectorBlock& block, boost::shared_ptr<IVectorCompare> compare) {
+  compare->Prepare(block);
+  std::vector<M2DSliceVector> sorted(block);
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [&](M2DSliceVector const& a, M2DSliceVector const& b) { return compare->Compare(a, b) == -1; });
+  std::copy(sorted.begin(), sorted.end(), block.begin());
+}
+
+void SortVectors(M2DSliceVectorLayer& layer, boost::shared_ptr<IVectorCompare> compare) {
+  for (M2DSliceVectorBlock& block : layer) SortVectors(block, compare);
+}
+
+void SortVectorBlocks(M2DSliceVectorLayer& layer, boost::shared_ptr<IVectorBlockCompare> compare) {
+  compare->Prepare(layer);
+  auto const multiply = [count = layer.GetCount()](long old, unsigned long place) {
+    unsigned long const major = old == kNoScanPriority ? 0 : count * static_cast<unsigned long>(old);
+    return static_cast<long>(major + place);
+  };
+  if (!SortByKeysOfAny<VectorBlockCompareScanPriority, VectorBlockCompareInsideOut, VectorBlockCompareLeftToRight,
+                       VectorBlockCompareLaserMelting, VectorBlockCompareInsstekCFC, VectorBlockCompareInputBased>(
+          layer, multiply, *compare)) {
+    SortByAsking(layer, multiply, *compare);
+  }
+}
+
+void SortVectorBlocksOnScanPriority(M2DSliceVectorLayer& layer) {
+  SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareScanPriority>());
+}
+
+void SortVectorBlocksInsideOut(M2DSliceVectorLayer& layer) {
+  SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareInsideOut>());
+}
+
+void SortVectorBlocksLeftToRight(M2DSliceVectorLayer& layer) {
+  SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareLeftToRight>());
+}
+
+void SortVectorBlocksLaserMelting(M2DSliceVectorLayer& layer) {
+  SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareLaserMelting>());
+}
+
+void SortVectorBlocksInsstekCFC(M2DSliceVectorLayer& layer) {
+  SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareInsstekCFC>());
+}
+
+void SortVectorBlocksInputBased(M2DSliceVectorLayer& layer, std::map<M2DSliceVectorTypeInfo, long> const& priorities) {
+  auto const compare = boost::make_shared<VectorBlockCompareInputBased>();
+  compare->SetInputPriorities(priorities);
+  SortVectorBlocks(layer, compare);
+}
+
+}  // namespace M2DSliceUtilities
