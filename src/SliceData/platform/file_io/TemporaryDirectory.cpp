@@ -99,14 +99,13 @@ void RemoveLeftovers(std::string const& parent) {
 constexpr std::size_t kMaxPathsForSignal = 16;
 std::atomic<char const*> g_paths_for_signal[kMaxPathsForSignal];
 
-struct ProcessDirectory {
-  explicit ProcessDirectory(std::string const& directory_path) : path(directory_path), lock(directory_path) {
-    if (lock) _Exchange(nullptr, path.c_str());
-  }
-  ~ProcessDirectory() { _Exchange(path.c_str(), nullptr); }
-
-  std::string const path;
-  LockedDirectory const lock;
+/// Keeps a path where a signal handler finds it.
+class PathForSignal {
+ public:
+  explicit PathForSignal(char const* path) : m_path(path) { _Exchange(nullptr, m_path); }
+  ~PathForSignal() { _Exchange(m_path, nullptr); }
+  PathForSignal(PathForSignal const&) = delete;
+  PathForSignal& operator=(PathForSignal const&) = delete;
 
  private:
   static void _Exchange(char const* old_path, char const* new_path) {
@@ -115,6 +114,23 @@ struct ProcessDirectory {
       if (entry.compare_exchange_strong(expected, new_path)) return;
     }
   }
+
+  char const* m_path;
+};
+
+/// A new directory of this process. A signal handler knows of it before it is there: otherwise one that came in between
+/// would leave it behind.
+struct ProcessDirectory {
+  explicit ProcessDirectory(std::string const& directory_path)
+      : path(directory_path),
+        path_for_signal(path.c_str()),
+        error(::mkdir(path.c_str(), 0700) == 0 ? 0 : errno),
+        lock(error == 0 ? path : std::string()) {}
+
+  std::string const path;
+  PathForSignal const path_for_signal;
+  int const error;  ///< of making it, or 0
+  LockedDirectory const lock;
 };
 
 /// The directories of this process by the directory they lie in.
@@ -129,12 +145,11 @@ ProcessDirectory& GetProcessDirectory(std::string const& parent) {
   RemoveLeftovers(parent);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     std::string const path = parent + "/" + kNamePrefix + std::to_string(::getpid()) + "-" + RandomName();
-    if (::mkdir(path.c_str(), 0700) != 0) {
-      if (errno == EEXIST) continue;
-      Throw(errno, path, "cannot make a directory for scratch files; choose another one that is writable");
-    }
     auto made = std::make_unique<ProcessDirectory>(path);
     int const error = errno;
+    if (made->error == EEXIST) continue;
+    if (made->error != 0)
+      Throw(made->error, path, "cannot make a directory for scratch files; choose another one that is writable");
     if (made->lock) {
       directory = std::move(made);
       return *directory;
