@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/geometry/Transformation.h>
+#include <SliceData/geometry/Truncated.h>
 
 namespace M2DSliceUtilities {
 
@@ -10,8 +11,8 @@ void MapPoint(Mapping const& mapping, long& x, long& y) {
   double mapped_x = static_cast<double>(x);
   double mapped_y = static_cast<double>(y);
   mapping.Transform(mapped_x, mapped_y);
-  x = static_cast<long>(mapped_x);
-  y = static_cast<long>(mapped_y);
+  x = Truncated(mapped_x);
+  y = Truncated(mapped_y);
 }
 
 /// The arithmetic of a `TransformationMatrix`, for loops of this library that do without a virtual call for each point.

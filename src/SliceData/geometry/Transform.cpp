@@ -1,5 +1,6 @@
 #include <SliceData/geometry/MapPoint.h>
 #include <SliceData/geometry/Transform.h>
+#include <SliceData/geometry/Truncated.h>
 #include <SliceData/platform/math/MMLine2D.h>
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
@@ -87,7 +88,7 @@ void Refine(M2DSliceContour& contour, iTransformation const& mapping, long max_d
   M2DSliceContour refined(nullptr);
   SegmentRefiner refiner(mapping, max_deviation);
   auto const append = [&](Point const& point, Point const&) {
-    refined.AddPoint(static_cast<long>(point.x), static_cast<long>(point.y));
+    refined.AddPoint(Truncated(point.x), Truncated(point.y));
   };
   M2DSliceContourPoint const* const last = contour.GetFirstPoint()->previous;
   for (M2DSliceContourPoint const& point : std::as_const(contour).GetPoints()) {
@@ -107,8 +108,7 @@ void Refine(M2DSliceVectorBlock& block, iTransformation const& mapping, long max
   SegmentRefiner refiner(mapping, max_deviation);
   for (M2DSliceVector const& vector : block) {
     refiner.Refine(ToPoint(vector.x1, vector.y1), ToPoint(vector.x2, vector.y2), [&](Point const& p, Point const& q) {
-      refined.push_back(
-          {static_cast<long>(p.x), static_cast<long>(q.x), static_cast<long>(p.y), static_cast<long>(q.y)});
+      refined.push_back({Truncated(p.x), Truncated(q.x), Truncated(p.y), Truncated(q.y)});
     });
   }
   block.assign(refined.begin(), refined.end());
