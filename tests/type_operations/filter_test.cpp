@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -91,6 +92,10 @@ TEST(VectorTypeFilter, ASmallerIndexValueForgetsTheLargerOnes) {
   filter.EnableIndex(Index::IndexModel, -1);
   EXPECT_TRUE(filter.Matches(Info(Type::Border, {{Index::IndexModel, 2}})));
   EXPECT_FALSE(filter.Matches(Info(Type::Border, {{Index::IndexModel, 5}})));
+  filter.DisableIndex(Index::IndexModel, 2);
+  EXPECT_FALSE(filter.Matches(Info(Type::Border, {{Index::IndexModel, 2}})));
+  filter.EnableIndex(Index::IndexModel, std::numeric_limits<long>::max());
+  EXPECT_TRUE(filter.Matches(Info(Type::Border, {{Index::IndexModel, std::numeric_limits<long>::max()}})));
 }
 
 TEST(VectorTypeFilter, EnumeratorsBeyondTheVocabularyChangeNothing) {
@@ -126,7 +131,15 @@ TEST(VectorTypeFilter, TheTwoWaysAgreeOnTypesAndIndices) {
     by_index.EnableIndex(index, value);
     without_index.DisableIndex(index, value);
 
+    VectorTypeFilterObjectGeneric by_flag(false);
+    VectorTypeFilterObjectGeneric with_flag(true);
+    auto const flag = static_cast<Flag>(Draw(random, 0, 9));
+    by_flag.EnableFlag(flag);
+    with_flag.DisableFlag(flag);
+
     auto const info = RandomTypeInfo(random);
+    EXPECT_EQ(by_flag.Matches(info), with_flag.Matches(info)) << TextOf(info);
+    EXPECT_EQ(by_flag.Matches(info), info.GetFlag(flag)) << TextOf(info);
     EXPECT_EQ(by_type.Matches(info), without_others.Matches(info)) << TextOf(info);
     EXPECT_EQ(by_index.Matches(info), !without_index.Matches(info)) << TextOf(info);
     EXPECT_EQ(by_index.Matches(info), info.GetIndex(index) == value) << TextOf(info);
@@ -188,11 +201,24 @@ TEST(ElementQueries, WithoutATargetTheElementsAreDeletedAndTheirPlacesEmptied) {
   EXPECT_EQ(vectors.GetCount(), 1u);
   EXPECT_EQ(vectors.GetFirst(), vectors.GetLast());
 
+  // What is in no layer is deleted as well, and what stands in the list twice is gone once.
+  auto* const stranger = vectors._CreateNewVectorBlock().release();
+  vector_blocks = {stranger, vectors.GetFirst(), stranger, vectors.GetFirst()};
+  RemoveVectorBlocks(vectors, vector_blocks, nullptr);
+  EXPECT_THAT(vector_blocks, ElementsAre(nullptr, nullptr, nullptr, nullptr));
+  EXPECT_TRUE(vectors.IsEmpty());
+
   std::vector<M2DSlicePointBlock*> point_blocks;
   QueryPointBlocks(points, point_blocks, all);
   point_blocks.resize(2);
   RemovePointBlocks(points, point_blocks, &points);  // to the end of the same layer
   EXPECT_THAT(TextsOf(points), ElementsAre("General |  2,2", "General |  3,3", "General |  0,0", "General |  1,1"));
+  point_blocks.push_back(point_blocks.front());
+  RemovePointBlocks(points, point_blocks, &points);  // the last time counts
+  EXPECT_THAT(TextsOf(points), ElementsAre("General |  2,2", "General |  3,3", "General |  1,1", "General |  0,0"));
+  M2DSlicePointLayer others;
+  RemovePointBlocks(points, point_blocks, &others);
+  EXPECT_THAT(TextsOf(others), ElementsAre("General |  0,0", "General |  1,1"));
 }
 
 /// All elements of a slice, each with its component, sorted.
@@ -221,8 +247,13 @@ TEST(Split, LosesAndInventsNothingAndKeepsTheOrder) {
     EXPECT_EQ(ContentOf(source), before);
     EXPECT_EQ(ContentOf(copies), before);
 
+    M2DSliceContour const* const first = source[0].GetBorder().GetFirst();
     std::vector<M2DSlice> parts;
     Split(source[0], parts, range, true);
+    if (first != nullptr) {
+      auto const part = static_cast<std::size_t>(range.GetTypeIndex(first->GetVectorTypeInfo()));
+      EXPECT_EQ(parts[part].GetBorder().GetFirst(), first) << "the contours themselves move";
+    }
     EXPECT_TRUE(ContentOf(source).empty());
     ASSERT_EQ(parts.size(), copies.size());
     for (std::size_t i = 0; i < parts.size(); ++i) {
@@ -263,6 +294,7 @@ TEST(Split, RangesDifferInWhatHasNoIndex) {
   VectorTypeFilterRangeByModelIndex const by_model(slice);
   VectorTypeFilterRangeByComponentIndex const by_component(slice);
   EXPECT_EQ(by_model.GetNumTypes(), 3u) << "point blocks do not count";
+  EXPECT_EQ(VectorTypeFilterRangeByModelIndex(M2DSlice()).GetNumTypes(), 1u);
   EXPECT_EQ(by_component.GetNumTypes(), 5u);
   EXPECT_EQ(by_model.GetTypeIndex(Info(Type::Border)), -1);
   EXPECT_EQ(by_component.GetTypeIndex(Info(Type::Border)), 0);

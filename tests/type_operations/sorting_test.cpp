@@ -147,9 +147,10 @@ TEST(Sorting, LeftToRightLeavesTheSecondOfAPairInFrontAndPutsEmptyBlocksLast) {
   AddVectors(layer, {{10, 90, 0, 0}});
   AddVectors(layer, {{70, 5, 0, 0}});
   AddVectors(layer, {{50, 60, 0, 0}, {11, 10, 0, 0}});
+  AddVectors(layer, {{3'000'000'000, 3'000'000'001, 0, 0}});  // as far as an empty one
   SortVectorBlocksLeftToRight(layer);
   EXPECT_TRUE(layer.Unlink(layer.GetLast())->empty());
-  EXPECT_THAT(Starts(layer), ElementsAre(50, 70, 10));
+  EXPECT_THAT(Starts(layer), ElementsAre(50, 3'000'000'000, 70, 10));
 }
 
 TEST(Sorting, TheAddressBreaksTiesButNotFromLeftToRight) {
@@ -200,6 +201,18 @@ TEST(Sorting, InputPrioritiesCountOnlyWhatTheirKeysTellApart) {
   AddBlock(layer, 6, support).GetVectorTypeInfo().SetNumber("Power", 3);
   SortVectorBlocksInputBased(layer, priorities);
   EXPECT_THAT(Starts(layer), ElementsAre(6, 5, 3, 0, 2, 4, 1));
+
+  // The map is looked into when sorting, and what sets its keys apart adds up over all maps.
+  Priorities changed = {{support, 5}};
+  auto const rule = boost::make_shared<VectorBlockCompareInputBased>();
+  rule->SetInputPriorities(priorities);
+  rule->SetInputPriorities(changed);
+  changed[support] = -5;
+  M2DSliceVectorBlock& block = AddBlock(layer, 7, support);
+  EXPECT_EQ(rule->GetKey(block).rank, -5);
+  block.GetVectorTypeInfo().SetIndex(e2DSliceVectorTypeIndex::IndexScanPass, 2);
+  EXPECT_EQ(rule->GetKey(block).rank, 0) << "the pass set keys of the first map apart";
+  layer.Unlink(layer.GetLast());
   SortVectorBlocks(layer, boost::make_shared<VectorBlockCompareInputBased>());
   EXPECT_THAT(Starts(layer), ElementsAre(0, 1, 2, 3, 4, 5, 6)) << "without a map, by the priorities of the first sort";
 }
@@ -212,6 +225,37 @@ TEST(Sorting, VectorsKeepTheirOrderWhereTheRuleLeavesTies) {
   SortVectors(layer, by_tens);
   EXPECT_EQ(GeometryOf(*layer.GetFirst()), " 12,0>0,0 11,0>0,0 12,0>0,0 21,0>0,0");
   EXPECT_EQ(by_tens->prepared, 2);
+}
+
+TEST(Sorting, OnlyMinusOneIsAnAnswerAndNonsenseLosesNothing) {
+  struct Contours final : IContourCompare {
+    void Prepare(M2DSliceContourLayer&) override { is_prepared = true; }
+    int Compare(M2DSliceContour const* a, M2DSliceContour const* b) const override {
+      return static_cast<int>(a->GetNumPoints()) - static_cast<int>(b->GetNumPoints());
+    }
+    bool is_prepared = false;
+  };
+  M2DSliceContourLayer contours;
+  for (long count : {6, 3, 2}) {
+    for (M2DSliceContour& contour = contours.AddContour(); count > 0; --count) contour.AddPoint(count, 0);
+  }
+  auto const by_points = boost::make_shared<Contours>();
+  SortContours(contours, by_points);
+  EXPECT_TRUE(by_points->is_prepared);
+  std::vector<unsigned long> sizes;
+  for (auto const& contour : contours) sizes.push_back(contour.GetNumPoints());
+  EXPECT_THAT(sizes, ElementsAre(3, 2, 6)) << "-3 and -4 do not put anything before 6";
+
+  Random random(4);
+  auto const nonsense = [&](auto const&) { return Draw(random, -1, 1); };
+  for (int round = 0; round < 50; ++round) {
+    M2DSliceVectorLayer layer;
+    FillRandomly(layer, random, 40);
+    auto const before = layer.GetCount();
+    SortVectorBlocks(layer, boost::make_shared<BlockRule>(nonsense));
+    SortVectors(layer, boost::make_shared<VectorRule>(nonsense));
+    EXPECT_EQ(TextsOf(layer).size(), before);
+  }
 }
 
 TEST(Sorting, ARuleThatThrowsLeavesAllInPlace) {

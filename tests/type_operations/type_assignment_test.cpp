@@ -96,6 +96,7 @@ TEST(TypeAssignment, TheCommonTypeIsOneThatAllElementsRead) {
   layer.GetLast()->GetVectorTypeInfo().SetFlag(e2DSliceVectorTypeFlag::IsUpFacing, false);
   EXPECT_TRUE(GetType(layer, result)) << "an entry with its default is none";
   EXPECT_EQ(Told(result), "BorderUp7+");
+  EXPECT_EQ(result.GetFlags().size(), 1u) << "the first one's";
   layer.GetLast()->GetVectorTypeInfo().SetFlag(e2DSliceVectorTypeFlag::IsUpFacing, true);
   EXPECT_FALSE(GetType(layer, result));
   EXPECT_EQ(Told(result), "General");
@@ -151,7 +152,11 @@ TEST_F(PagedTypes, BordersOnDiskAreNotReadForTheirRecords) {
   ASSERT_FALSE(BorderOnDisk().IsDataValid());
   M2DSliceTempFile const& file = *BorderOnDisk().GetTempFile();
   auto const reads = file.GetReadCount();
+  auto const& vectors = std::as_const(stack).GetSlice(0)->GetVectorsComponent();
+  ASSERT_FALSE(vectors.IsDataValid());
+  auto const vector_reads = vectors.GetTempFile()->GetReadCount();
   EXPECT_FALSE(HasAMX3DynamicTypeInfo(stack));
+  EXPECT_EQ(vectors.GetTempFile()->GetReadCount(), vector_reads);
   SetType(stack, SupportOf(1));
   MergeTypeInfo(stack, SupportOf(2), true, true);
   EXPECT_EQ(file.GetReadCount(), reads);
@@ -160,6 +165,15 @@ TEST_F(PagedTypes, BordersOnDiskAreNotReadForTheirRecords) {
   EXPECT_THAT(ElementsOf(*stack.GetSlice(0)), Each("BorderUp2+"));
   EXPECT_EQ(file.GetReadCount(), reads + 1) << "so it is loading that is counted";
   EXPECT_THAT(Starts(*stack.GetSlice(0)), ElementsAre(0, 100, 200, 300));
+}
+
+TEST_F(PagedTypes, EverythingButTheBorderIsBroughtIn) {
+  M2DSlice& slice = *stack.GetSlice(0);
+  SetType(slice, SupportOf(3));
+  EXPECT_FALSE(BorderOnDisk().IsDataValid());
+  auto const& vectors = std::as_const(slice).GetVectorsComponent();
+  EXPECT_TRUE(vectors.IsDataValid());
+  EXPECT_FALSE(vectors.IsDiskStateValid());
 }
 
 TEST_F(PagedTypes, TheBoolsCountForBordersOnDiskAlone) {

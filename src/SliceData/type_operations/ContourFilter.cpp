@@ -1,7 +1,6 @@
+#include <SliceData/geometry/PointDistance.h>
 #include <SliceData/slice_model/M2DSliceContourLayer.h>
 #include <SliceData/type_operations/ContourFilter.h>
-
-#include <cmath>
 
 namespace M2DSliceUtilities {
 
@@ -25,14 +24,9 @@ void FilterContourLayer(M2DSliceContourLayer& layer, IContourFilterObject& filte
 
 double _GetLength(M2DSliceContour const& contour) {
   double length = 0;
-  auto const add_edge = [&](M2DSliceContourPoint const& from, M2DSliceContourPoint const& to) {
-    auto const dx = static_cast<double>(to.x - from.x);
-    auto const dy = static_cast<double>(to.y - from.y);
-    length += std::sqrt(dx * dx + dy * dy);
-  };
   M2DSliceContourPoint const* const first = contour.GetFirstPoint();
   for (M2DSliceContourPoint const& point : contour.GetPoints()) {
-    if (point.next != first || contour.GetIsClosed()) add_edge(point, *point.next);
+    if (point.next != first || contour.GetIsClosed()) length += Distance(point, *point.next);
   }
   return length;
 }

@@ -5,7 +5,7 @@
 #include <SliceData/type_operations/VectorTypeFilter.h>
 
 #include <memory>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 
 namespace M2DSliceUtilities {
@@ -20,23 +20,30 @@ void Query(Layer& layer, std::vector<Element*>& found, IVectorTypeFilterObject c
   }
 }
 
+/// Where an element of a list is while the list is worked off.
+enum class Place { Elsewhere, InSource, Gone };
+
 template <class Layer, class Element>
 void Remove(Layer& source, std::vector<Element*>& elements, Layer* target) {
-  if (elements.empty()) return;
   // The links of an element do not tell whose they are.
-  std::unordered_set<Element const*> members;
-  members.reserve(source.GetCount());
-  for (Element const& element : source) members.insert(&element);
+  std::unordered_map<Element const*, Place> places;
+  for (Element const* const element : elements) {
+    if (element != nullptr) places.emplace(element, Place::Elsewhere);
+  }
+  if (places.empty()) return;
+  for (Element const& element : source) {
+    if (auto const found = places.find(&element); found != places.end()) found->second = Place::InSource;
+  }
 
-  for (Element*& element : elements) {
-    if (element == nullptr) continue;
-    std::unique_ptr<Element> taken =
-        members.erase(element) != 0 ? source.Unlink(element) : std::unique_ptr<Element>(element);
-    if (target != nullptr) {
-      target->Append(std::move(taken));
-    } else {
-      element = nullptr;
-    }
+  for (Element*& slot : elements) {
+    if (slot == nullptr) continue;
+    Element* const element = slot;
+    if (target == nullptr) slot = nullptr;
+    Place& place = places.at(element);
+    if (place == Place::Gone) continue;
+    auto taken = place == Place::InSource ? source.Unlink(element) : std::unique_ptr<Element>(element);
+    if (target != nullptr) target->Append(std::move(taken));
+    place = target == &source ? Place::InSource : Place::Gone;
   }
 }
 

@@ -33,9 +33,9 @@ VELSDK_EXPORT void QueryPointBlocks(M2DSlicePointLayer const& layer, std::vector
 /// Take elements out of a layer, in the order of the list. With a `target` they are appended to it, and the list keeps
 /// them; with null they are deleted, and their places in the list become null.
 ///
-/// An element of the list that is not in `source` must be in no other layer either; it goes the same way. Each may
-/// stand in the list once; null is passed over. Takes time in the sum of both lengths. Without memory for a look-up of
-/// that size, throws `std::bad_alloc` before anything is changed.
+/// An element of the list that is not in `source` must be in no other layer either; it goes the same way. One that
+/// stands in the list again is moved to the end of `source` again if that is the target, and otherwise passed over, as
+/// null is. Takes time in the sum of both lengths. Throws `std::bad_alloc` without memory, before anything is changed.
 VELSDK_EXPORT void RemoveContours(M2DSliceContourLayer& source, std::vector<M2DSliceContour*>& contours,
                                   M2DSliceContourLayer* target);
 VELSDK_EXPORT void RemoveVectorBlocks(M2DSliceVectorLayer& source, std::vector<M2DSliceVectorBlock*>& blocks,

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <functional>
+#include <set>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
@@ -20,44 +20,33 @@ namespace {
 constexpr e2DSliceVectorTypeIndex kScanPriority = e2DSliceVectorTypeIndex::IndexScanPriority;
 constexpr long kNoScanPriority = -1;
 
-/// An element of a layer and what it is sorted by.
-template <class Key, class Element>
-struct Entry {
-  Key key;
-  Element* element;
-};
-
-/// Gives each element its new scan priority, takes its key and sorts by the keys. Elements without a place in the
-/// order, all but the first of each set of ties, stay where they are; the others go behind them.
+/// Gives each element its new scan priority and then calls `function` with it.
 ///
-/// `new_priority` is told the old scan priority and the element's place from the end. All that can throw comes before
-/// the list is touched.
-template <class Layer, class NewPriority, class KeyOf, class GoesBefore>
-void Sort(Layer& layer, NewPriority new_priority, KeyOf key_of, GoesBefore goes_before) {
-  using Element = std::remove_reference_t<decltype(*layer.begin())>;
-  std::vector<Entry<decltype(key_of(*layer.begin())), Element>> entries;
+/// `new_priority` is told the old scan priority and the element's place from the end.
+template <class Layer, class NewPriority, class Function>
+void ForEachWithPriority(Layer& layer, NewPriority new_priority, Function&& function) {
   unsigned long place = layer.GetCount();
-  entries.reserve(place);
-  for (Element& element : layer) {
+  for (auto& element : layer) {
     M2DSliceVectorTypeInfo& info = element.GetVectorTypeInfo();
     long const old = info.GetIndex(kScanPriority);
     long const priority = new_priority(old, place--);
     if (priority != old) info.SetIndex(kScanPriority, priority);
-    entries.push_back({key_of(element), &element});
+    function(element);
   }
-  std::stable_sort(entries.begin(), entries.end(),
-                   [&](auto const& a, auto const& b) { return goes_before(a.key, b.key); });
-  auto const end = std::unique(entries.begin(), entries.end(),
-                               [&](auto const& a, auto const& b) { return !goes_before(a.key, b.key); });
-  for (auto entry = entries.begin(); entry != end; ++entry) layer.Append(layer.Unlink(entry->element));
 }
 
-/// Sorts by asking the rule at each comparison.
+// Elements without a place in the order, all but the first of each set of ties, stay where they are; the others go
+// behind them. All that can throw comes before the list is touched.
+
+/// Sorts by asking the rule at each comparison. An ordered set bears with every answer, also of a host's rule that is
+/// no order at all.
 template <class Layer, class NewPriority, class Compare>
 void SortByAsking(Layer& layer, NewPriority new_priority, Compare const& compare) {
-  Sort(
-      layer, new_priority, [](auto const& element) { return &element; },
-      [&](auto const* a, auto const* b) { return compare.Compare(a, b) == -1; });
+  using Element = std::remove_reference_t<decltype(*layer.begin())>;
+  auto const goes_before = [&](Element const* a, Element const* b) { return compare.Compare(a, b) == -1; };
+  std::set<Element*, decltype(goes_before)> sorted(goes_before);
+  ForEachWithPriority(layer, new_priority, [&](Element& element) { sorted.insert(&element); });
+  for (Element* const element : sorted) layer.Append(layer.Unlink(element));
 }
 
 /// Sorts by the keys of the rule if it is of exactly this class. A derived class may compare otherwise.
@@ -65,8 +54,20 @@ template <class Rule, class NewPriority>
 bool SortByKeysOf(M2DSliceVectorLayer& layer, NewPriority new_priority, IVectorBlockCompare const& compare) {
   if (typeid(compare) != typeid(Rule)) return false;
   auto const& rule = static_cast<Rule const&>(compare);
-  Sort(
-      layer, new_priority, [&](M2DSliceVectorBlock const& block) { return rule.GetKey(block); }, std::less<>());
+  struct Entry {
+    VectorBlockSortKey key;
+    M2DSliceVectorBlock* block;
+  };
+  std::vector<Entry> entries;
+  entries.reserve(layer.GetCount());
+  ForEachWithPriority(layer, new_priority, [&](M2DSliceVectorBlock& block) {
+    entries.push_back({rule.GetKey(block), &block});
+  });
+  auto const goes_before = [](Entry const& a, Entry const& b) { return a.key < b.key; };
+  std::stable_sort(entries.begin(), entries.end(), goes_before);
+  auto const end =
+      std::unique(entries.begin(), entries.end(), [&](Entry const& a, Entry const& b) { return !goes_before(a, b); });
+  for (auto entry = entries.begin(); entry != end; ++entry) layer.Append(layer.Unlink(entry->block));
   return true;
 }
 
@@ -87,9 +88,11 @@ void SortContours(M2DSliceContourLayer& layer, boost::shared_ptr<IContourCompare
 
 void SortVectors(M2DSliceVectorBlock& block, boost::shared_ptr<IVectorCompare> compare) {
   compare->Prepare(block);
-  std::vector<M2DSliceVector> sorted(block);
-  std::stable_sort(sorted.begin(), sorted.end(),
-                   [&](M2DSliceVector const& a, M2DSliceVector const& b) { return compare->Compare(a, b) == -1; });
+  auto const goes_before = [&](M2DSliceVector const& a, M2DSliceVector const& b) {
+    return compare->Compare(a, b) == -1;
+  };
+  std::multiset<M2DSliceVector, decltype(goes_before)> sorted(goes_before);
+  for (M2DSliceVector const& vector : block) sorted.insert(vector);  // one by one: hints trust the answers
   std::copy(sorted.begin(), sorted.end(), block.begin());
 }
 

@@ -25,8 +25,7 @@ bool VectorTypeFilterObjectGeneric::Matches(M2DSliceVectorTypeInfo const& info) 
   for (auto const& [key, value] : info.GetIndices()) {
     auto const index = static_cast<std::size_t>(key->enumerator);
     if (index >= m_indices.size()) break;  // built-in keys come first
-    auto const position = static_cast<unsigned long>(value);
-    if (position < m_indices[index].size() && m_indices[index][position] != m_default) matches = !m_default;
+    if (m_indices[index].count(value) != 0) matches = !m_default;
   }
   for (std::size_t flag = 0; flag < m_flags.size(); ++flag) {
     if (m_flags[flag] == m_default) continue;
@@ -68,8 +67,8 @@ void VectorTypeFilterObjectGeneric::_SetIndex(e2DSliceVectorTypeIndex index, lon
   auto const position = static_cast<std::size_t>(index);
   if (position >= m_indices.size() || value < 0) return;
   auto& values = m_indices[position];
-  values.resize(static_cast<std::size_t>(value) + 1, m_default);
-  values.back() = enabled;
+  values.erase(values.lower_bound(value), values.end());
+  if (enabled != m_default) values.insert(value);
 }
 
 }  // namespace M2DSliceUtilities

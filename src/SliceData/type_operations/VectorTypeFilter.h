@@ -4,7 +4,7 @@
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
 
 #include <array>
-#include <vector>
+#include <set>
 
 namespace M2DSliceUtilities {
 
@@ -39,8 +39,7 @@ class VELSDK_EXPORT VectorTypeFilterObjectGeneric : public IVectorTypeFilterObje
   void DisableType(e2DSliceVectorType const& type);
 
   /// Tell a value of an index. A negative one does nothing. Larger values of the same index that were told before are
-  /// forgotten, so that a caller names values in ascending order. Memory grows with the value, a bit for each up to it;
-  /// `std::bad_alloc` or `std::length_error` if there is not so much.
+  /// forgotten, so that a caller names values in ascending order.
   void EnableIndex(e2DSliceVectorTypeIndex const& index, long value);
   void DisableIndex(e2DSliceVectorTypeIndex const& index, long value);
 
@@ -54,7 +53,7 @@ class VELSDK_EXPORT VectorTypeFilterObjectGeneric : public IVectorTypeFilterObje
 
   bool m_default;
   std::array<bool, Registry::kNumTypes> m_types;
-  std::array<std::vector<bool>, Registry::kNumIndices> m_indices;  ///< by index, then by its value
+  std::array<std::set<long>, Registry::kNumIndices> m_indices;  ///< by index, the values that differ from the default
   std::array<bool, Registry::kNumFlags> m_flags;
 };
 
