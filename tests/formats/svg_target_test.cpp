@@ -15,6 +15,7 @@ namespace {
 using SliceFormats::FormatReport;
 using SliceFormats::SvgOptions;
 using SliceFormats::SvgTarget;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -117,6 +118,27 @@ TEST(SvgTarget, LeavesHolesFreeByOnePathForContoursOfOneType) {
   EXPECT_THAT(svg, HasSubstr("fill-rule=\"evenodd\""));
   EXPECT_THAT(report.GetNotes(), ElementsAre(HasSubstr("indices, flags and numbers")));
   EXPECT_EQ(Draw({}, draw), svg);
+}
+
+TEST(SvgTarget, MarksWhereContoursBeginAndWhichWayTheyRun) {
+  // A pixel is 1000 units, an arrow 8 pixels long and wide; the first one comes after 40 pixels.
+  M2DSlice slice(0);
+  AddContour(*slice.GetBorderUpdate(), {{0, 0}, {50000, 0}}, false);
+  AddContour(*slice.GetBorderUpdate(), {});
+  AddContour(*slice.GetAreasUpdate(), {{0, 900000}, {0, 900000}, {0, 899000}});
+  testing_support::AddVectors(*slice.GetVectorsUpdate(), {{100000, 80000, 1000, 1000}, {0, 16000, 0, 0}});
+  SvgOptions options;
+  EXPECT_THAT(Draw(options, [&](SvgTarget& target) { target.AddSlice(slice); }),
+              AllOf(Not(HasSubstr("class=\"starts\"")), Not(HasSubstr("class=\"directions\""))));
+  options.start_points = true;
+  options.directions = true;
+  std::string const svg = Draw(options, [&](SvgTarget& target) { target.AddSlice(slice); });
+  EXPECT_EQ(FindXmlFault(svg), "");
+  EXPECT_THAT(svg, HasSubstr("class=\"directions\" stroke=\"#222222\" d=\"\n"
+                             "M3.6 0.4L4.4 0 3.6 -0.4\n"
+                             "M9.4 -0.3L8.6 0.1 9.4 0.5\n\"/>"));
+  EXPECT_THAT(svg, HasSubstr("class=\"starts\" stroke=\"#222222\" d=\"\nM0 0h0\"/>"));
+  EXPECT_THAT(svg, HasSubstr("class=\"starts\" stroke=\"#222222\" d=\"\nM0 90h0\"/>"));
 }
 
 TEST(SvgTarget, DrawsNothingAndSinglePointsToo) {

@@ -1,5 +1,6 @@
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceFormats/cli/CliSource.h>
+#include <SliceFormats/stack_document/StackDocumentSource.h>
 
 #include <gmock/gmock.h>
 
@@ -111,6 +112,68 @@ TEST_F(Transform, MappingsThatMakeNoSenseAreRefused) {
   EXPECT_THAT(refusal({"--matrix", "1e300,0,0,1e300,0,0"}), HasSubstr("beyond 214 m"));
   EXPECT_THAT(refusal({"--rotate", "1", "--max-deviation", "0"}), HasSubstr("not above 0"));
   EXPECT_THAT(GetFiles(), ElementsAre("part.cli"));
+}
+
+TEST_F(Transform, TablesAreMappingsLikeTheOthers) {
+  // Grid points go 1 mm to the right on the line x = 0 and 3 mm on the line x = 20 mm.
+  Write("shift.csv", "0,0,10000,0\n200000,0,230000,0\r\n\n0, 100000,10000,100000\n200000,100000,230000,100000");
+  EXPECT_THAT(MapTriangle({"--distortion", "shift.csv"}),
+              ElementsAre(Pair(21000, 20000), Pair(131000, 20000), Pair(21000, 70000)));
+  EXPECT_THAT(MapTriangle({"--translate", "1,0", "--distortion", "shift.csv"})[0], Pair(32000, 20000));
+  EXPECT_THAT(MapTriangle({"--distortion", "shift.csv", "--translate", "1,0"})[0], Pair(31000, 20000));
+
+  // Twice as large in the middle, unchanged at the edge; the middle is (5, 5), and (1, 2) lies 1 mm from the edge.
+  Write("factors.csv", "0,1\n5,2\n");
+  EXPECT_THAT(MapTriangle({"--rescale", "factors.csv", "--platform", "0,10,10,0"}),
+              ElementsAre(Pair(2000, 14000), Pair(110000, 20000), Pair(2000, 74000)));
+  Write("part.cli", MakeSmallPart(3));
+  Write("heights.csv", "0,1\n0.2,2\n");
+  RunSilently({"transform", "part.cli", "-o", "tall.slicestack", "--z-scale", "heights.csv"});
+  SliceFormats::StackDocumentSource const tall(GetWorkPath("tall.slicestack"));
+  std::vector<long> heights;
+  for (unsigned long i = 0; i < 3; ++i) heights.push_back(tall.GetSliceZPosition(i));
+  EXPECT_THAT(heights, ElementsAre(1500, 4000, 6000));
+  EXPECT_EQ(tall.GetProperties().GetValue<long>("SliceThickness"), nullptr) << "layers differ in thickness now";
+}
+
+TEST_F(Transform, LongEdgesFollowADistortionWhereThatIsAsked) {
+  std::string table;
+  for (long x = 0; x <= 20; ++x) {
+    for (long y = 0; y <= 10; ++y) {
+      table += std::to_string(10000 * x) + ',' + std::to_string(10000 * y) + ',' + std::to_string(10000 * x) + ',' +
+               std::to_string(10000 * y + 20 * x * x) + '\n';
+    }
+  }
+  Write("bend.csv", table);
+  EXPECT_EQ(MapTriangle({"--distortion", "bend.csv"}).size(), 3u);
+  auto const refined = MapTriangle({"--distortion", "bend.csv", "--max-deviation", "2um"});
+  EXPECT_GT(refined.size(), 12u);
+  // The first edge, from (1, 2) to (11, 2) mm.
+  for (auto point = refined.begin(); point->first < 110000; ++point) {
+    double const mm = static_cast<double>(point->first) / 10000;
+    EXPECT_NEAR(static_cast<double>(point->second), 20000 + 20 * mm * mm, 6) << point->first;
+  }
+}
+
+TEST_F(Transform, AWrongTableIsNamedWithItsLine) {
+  auto const trouble = [&](std::string const& option, std::string const& table, Arguments const& more = {}) {
+    Write("table.csv", table);
+    Arguments arguments = {"transform", "part.cli", "-o", "out.cli", option, "table.csv"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return RunIntoTrouble(arguments);
+  };
+  EXPECT_THAT(trouble("--distortion", "0,0,0,0\n1,2,3\n"), HasSubstr("table.csv: line 2: '1,2,3' has 3 cells"));
+  EXPECT_THAT(trouble("--distortion", "\nx,y,u,v\n"), HasSubstr("table.csv: line 2: 'x' is no number"));
+  EXPECT_THAT(trouble("--z-scale", "1,nan\n"), HasSubstr("'nan' is no number"));
+  EXPECT_THAT(trouble("--z-scale", std::string(100000, 'x')), HasSubstr("line 1"));
+  EXPECT_THAT(trouble("--z-scale", "300000,1\n"), HasSubstr("214 m"));
+  EXPECT_THAT(trouble("--distortion", ""), HasSubstr("nothing in it"));
+  EXPECT_THAT(trouble("--distortion", "0,0,0,0\n200000,200000,0,0\n"), HasSubstr("no sample"));
+  EXPECT_THAT(trouble("--distortion", "0,0,1e300,0\n"), HasSubstr("214 m"));
+  EXPECT_THAT(trouble("--rescale", "0,1\n"), HasSubstr("--platform"));
+  EXPECT_THAT(trouble("--rescale", "0,1\n", {"--platform", "5,5,0,0"}), HasSubstr("LEFT,TOP,RIGHT,BOTTOM"));
+  EXPECT_THAT(RunIntoTrouble({"transform", "part.cli", "-o", "out.cli", "--z-scale", "missing.csv"}),
+              HasSubstr("missing.csv: there is no such file"));
 }
 
 }  // namespace

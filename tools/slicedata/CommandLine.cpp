@@ -13,6 +13,9 @@ namespace Tool {
 
 namespace {
 
+// What the parsing library gives for a flag alone.
+constexpr char const* kFlagWithoutValue = "true";
+
 constexpr std::size_t kHelpWidth = 100;
 constexpr std::size_t kHelpColumn = 28;
 
@@ -54,20 +57,28 @@ Command& Command::AddCommand(std::string name, std::string summary) {
 }
 
 void Command::AddArgument(std::string const& value_name, std::string const& help, Taker take) {
-  m_parameters.push_back({value_name, value_name, help, "", std::move(take), Occurs::Once, true});
+  m_parameters.push_back({value_name, value_name, help, "", std::move(take), Occurs::Once, Kind::Argument});
 }
 
 void Command::AddOption(std::string const& names, std::string const& value_name, std::string const& help, Taker take,
                         Occurs occurs) {
-  m_parameters.push_back({names, value_name, help, m_group, std::move(take), occurs, false});
+  m_parameters.push_back({names, value_name, help, m_group, std::move(take), occurs, Kind::Option});
 }
 
 void Command::AddFlag(std::string const& names, std::string const& help, std::function<void()> take) {
   auto const take_flag = [take = std::move(take)](std::string const& value) {
-    if (value != "true") throw Trouble("", "it takes no value", "leave out '=" + value + "'");
+    if (value != kFlagWithoutValue) throw Trouble("", "it takes no value", "leave out '=" + value + "'");
     take();
   };
-  m_parameters.push_back({names, "", help, m_group, take_flag, Occurs::AnyNumber, false});
+  m_parameters.push_back({names, "", help, m_group, take_flag, Occurs::AnyNumber, Kind::Flag});
+}
+
+void Command::AddFlagWithValue(std::string const& names, std::string const& value_form, std::string const& help,
+                               Taker take) {
+  auto const take_value = [take = std::move(take)](std::string const& value) {
+    take(value == kFlagWithoutValue ? "" : value);
+  };
+  m_parameters.push_back({names, value_form, help, m_group, take_value, Occurs::AnyNumber, Kind::Flag});
 }
 
 void Command::BeginGroup(std::string const& title) {
@@ -110,13 +121,13 @@ struct CommandLine::Parser {
     app.set_help_flag("-h,--help");
     for (Command::Parameter const& parameter : command.m_parameters) {
       CLI::Option* option = nullptr;
-      if (parameter.value_name.empty()) {
+      if (parameter.kind == Command::Kind::Flag) {
         option = app.add_flag(parameter.names);
       } else {
         option = app.add_option(parameter.names, [](CLI::results_t const&) { return true; })->expected(1);
       }
       // Whether it may be repeated is told here, too; an argument is full with its first word.
-      if (!parameter.is_argument) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      if (parameter.kind != Command::Kind::Argument) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
       parameters.emplace_back(option, &parameter);
     }
     commands.reserve(command.m_commands.size());
@@ -147,7 +158,7 @@ struct CommandLine::Parser {
     if (is_option) {
       known.emplace_back("--help");
       for (auto const& [option, parameter] : parameters) {
-        if (!parameter->is_argument) known.push_back(parameter->GetName());
+        if (parameter->kind != Command::Kind::Argument) known.push_back(parameter->GetName());
       }
     } else {
       known = command._GetCommandNames();
@@ -164,7 +175,7 @@ struct CommandLine::Parser {
   void RefuseWrongCounts() const {
     for (auto const& [option, parameter] : parameters) {
       if (parameter->occurs == Occurs::Once && option->count() == 0) {
-        std::string const name = parameter->is_argument ? "" : parameter->GetName() + ' ';
+        std::string const name = parameter->kind == Command::Kind::Argument ? "" : parameter->GetName() + ' ';
         throw Trouble(subject, name + parameter->value_name + " is missing", GetAdvice());
       }
       if (parameter->occurs != Occurs::AnyNumber && option->count() > 1) {
@@ -227,10 +238,10 @@ std::string CommandLine::_MakeHelp(Command const& command, std::string const& pa
   std::string text = path + ": " + command.m_summary + "\n\nusage: " + path;
   if (!command.m_commands.empty()) text += " COMMAND";
   for (Command::Parameter const& parameter : command.m_parameters) {
-    if (parameter.is_argument) text += ' ' + parameter.value_name;
+    if (parameter.kind == Command::Kind::Argument) text += ' ' + parameter.value_name;
   }
   for (Command::Parameter const& parameter : command.m_parameters) {
-    if (parameter.is_argument || parameter.occurs != Occurs::Once) continue;
+    if (parameter.kind == Command::Kind::Argument || parameter.occurs != Occurs::Once) continue;
     text += ' ' + parameter.names.substr(0, parameter.names.find(',')) + ' ' + parameter.value_name;
   }
   text += " [OPTION...]\n";
@@ -246,7 +257,8 @@ std::string CommandLine::_MakeHelp(Command const& command, std::string const& pa
     }
     std::string left = parameter.names;
     if (auto const comma = left.find(','); comma != std::string::npos) left.insert(comma + 1, 1, ' ');
-    if (!parameter.is_argument && !parameter.value_name.empty()) left += ' ' + parameter.value_name;
+    if (parameter.kind == Command::Kind::Option) left += ' ';
+    if (parameter.kind != Command::Kind::Argument) left += parameter.value_name;
     AppendRow(text, left, parameter.help);
   }
   if (group != "Options") text += "\nOptions:\n";

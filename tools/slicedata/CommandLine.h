@@ -32,6 +32,9 @@ class Command {
   void AddOption(std::string const& names, std::string const& value_name, std::string const& help, Taker take,
                  Occurs occurs = Occurs::AtMostOnce);
   void AddFlag(std::string const& names, std::string const& help, std::function<void()> take);
+  /// A flag that may have a value behind "="; without, the taker gets an empty one.
+  /// \param value_form  how the help shows it
+  void AddFlagWithValue(std::string const& names, std::string const& value_form, std::string const& help, Taker take);
   /// Begins a titled group in the help; the options that follow stand in it.
   void BeginGroup(std::string const& title);
 
@@ -46,14 +49,16 @@ class Command {
  private:
   friend class CommandLine;
 
+  enum class Kind { Argument, Option, Flag };
+
   struct Parameter {
     std::string names;       ///< the value's name for an argument
-    std::string value_name;  ///< empty for a flag
+    std::string value_name;  ///< of a flag, how a value may follow it
     std::string help;
     std::string group;
     Taker take;
     Occurs occurs;
-    bool is_argument;
+    Kind kind;
 
     /// The last of the names: the long one of an option.
     std::string GetName() const;

@@ -9,6 +9,7 @@ void AddInfoCommand(Command& program);
 void AddConvertCommand(Command& program);
 void AddRenderCommand(Command& program);
 void AddTransformCommand(Command& program);
+void AddPrepareCommand(Command& program);
 void AddGenerateCommand(Command& program);
 
 }  // namespace Tool

@@ -26,24 +26,29 @@ std::unique_ptr<ISource2DSlices const> OpenSource(std::string const& path, Forma
 }
 
 template <CliForm form>
-std::unique_ptr<ITarget2DSlices> OpenCliTarget(std::string const& path, Origin const&, FormatReport* report) {
+std::unique_ptr<ITarget2DSlices> OpenCliTarget(std::string const& path, Origin const&, PictureMarks const&,
+                                               FormatReport* report) {
   return std::make_unique<SliceFormats::CliTarget>(path, form, report);
 }
 
 std::unique_ptr<ITarget2DSlices> OpenCliTargetLikeOrigin(std::string const& path, Origin const& origin,
-                                                         FormatReport* report) {
+                                                         PictureMarks const&, FormatReport* report) {
   auto const* const cli = dynamic_cast<SliceFormats::CliSource const*>(&origin.source);
   return std::make_unique<SliceFormats::CliTarget>(path, cli != nullptr ? cli->GetForm() : CliForm::Binary, report);
 }
 
-std::unique_ptr<ITarget2DSlices> OpenStackDocumentTarget(std::string const& path, Origin const&, FormatReport* report) {
+std::unique_ptr<ITarget2DSlices> OpenStackDocumentTarget(std::string const& path, Origin const&, PictureMarks const&,
+                                                         FormatReport* report) {
   return std::make_unique<SliceFormats::StackDocumentTarget>(path, report);
 }
 
-std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin const& origin, FormatReport* report) {
+std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin const& origin, PictureMarks const& marks,
+                                               FormatReport* report) {
   SliceFormats::SvgOptions options;
   options.title = origin.title;
   options.first_layer = origin.first_layer;
+  options.start_points = marks.start_points;
+  options.directions = marks.directions;
   return std::make_unique<SliceFormats::SvgTarget>(path, options, report);
 }
 

@@ -17,11 +17,18 @@ struct Origin {
   unsigned long first_layer;      ///< the number of the first slice there
 };
 
+/// What a picture shows beside the geometry.
+struct PictureMarks {
+  bool start_points = false;
+  bool directions = false;
+};
+
 /// A kind of file that the program reads, writes or both.
 struct Format {
   using OpenSource = std::unique_ptr<ISource2DSlices const> (*)(std::string const& path,
                                                                 SliceFormats::FormatReport* report);
   using OpenTarget = std::unique_ptr<ITarget2DSlices> (*)(std::string const& path, Origin const& origin,
+                                                          PictureMarks const& marks,
                                                           SliceFormats::FormatReport* report);
 
   char const* name;

@@ -211,7 +211,7 @@ int RunInfo(InfoOptions const& options) {
   Input const input(options.input);
   Summary summary;
   if (long const thickness = input.GetSource().GetSliceThickness(); thickness > 0) summary.thickness = thickness;
-  ForEachSlice(input, options.talk, [&](M2DSlice const& slice) { summary.Add(slice); });
+  ForEachSlice(input, options.talk, [&](M2DSlice const& slice, unsigned long) { summary.Add(slice); });
   TellSkipped(input, options.talk);
   WriteOutput(options.json ? MakeJson(summary) : MakeText(summary, input));
   return 0;

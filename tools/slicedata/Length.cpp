@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <optional>
 
 #include "Text.h"
 #include "Trouble.h"
@@ -23,6 +22,8 @@ struct Unit {
 // The two characters that look like a µ: the micro sign and the Greek letter.
 constexpr Unit kUnits[] = {{"mm", 1}, {"um", 1000}, {"\xC2\xB5m", 1000}, {"\xCE\xBCm", 1000}};
 
+}  // namespace
+
 std::optional<double> FindNumber(std::string_view text) {
   if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
   double number = 0;
@@ -31,11 +32,18 @@ std::optional<double> FindNumber(std::string_view text) {
   return number;
 }
 
-}  // namespace
-
 double ParseNumber(std::string_view text) {
   if (auto const number = FindNumber(text)) return *number;
   throw Trouble("", "'" + std::string(text) + "' is no number", "write it like 12 or -0.5");
+}
+
+long ParseWhole(std::string_view text, long least, long most) {
+  long number = 0;
+  auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error == std::errc() && end == text.data() + text.size() && number >= least && number <= most) return number;
+  throw Trouble("", "'" + std::string(text) + "' is no number of this kind",
+                "give a whole number from " + std::to_string(least) + " on" +
+                    (most < std::numeric_limits<long>::max() ? ", up to " + std::to_string(most) : ""));
 }
 
 long ParseLength(std::string_view text) {

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Tool {
 
-/// A finite decimal number. Throws `Trouble` for anything else.
+/// A finite decimal number, or none for anything else.
+std::optional<double> FindNumber(std::string_view text);
+/// The same; throws `Trouble` for anything else.
 double ParseNumber(std::string_view text);
+
+/// A whole number from `least` to `most`. Throws `Trouble` for anything else.
+long ParseWhole(std::string_view text, long least, long most);
 
 /// A length in mm ("0.03", "0.03mm") or µm ("30um", "30µm") as internal units (0.1 µm), rounded to nearest. Throws
 /// `Trouble` for anything else, and for lengths beyond 214 m, which 32 bits do not hold.

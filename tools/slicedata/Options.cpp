@@ -4,7 +4,6 @@
 #include <iterator>
 #include <utility>
 
-#include "Formats.h"
 #include "Text.h"
 #include "Trouble.h"
 
@@ -90,6 +89,9 @@ void OutputOptions::AddTo(Command& command) {
 void OutputOptions::AddPictureTo(Command& command) {
   shows_only = true;
   _AddTo(command, "svg");
+  command.AddFlag("--start-points", "mark where each contour begins", [this] { marks.start_points = true; });
+  command.AddFlag("--directions", "show by arrow heads which way contours and vectors run",
+                  [this] { marks.directions = true; });
 }
 
 void OutputOptions::_AddTo(Command& command, std::string const& formats) {

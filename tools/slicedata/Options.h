@@ -6,6 +6,7 @@
 #include <string>
 
 #include "CommandLine.h"
+#include "Formats.h"
 #include "LayerSelection.h"
 #include "Progress.h"
 
@@ -38,10 +39,12 @@ struct InputOptions {
 /// A file that is written.
 struct OutputOptions {
   std::string path;
-  std::string to;           ///< name of a format, or empty
-  bool force = false;       ///< an existing file may be replaced
-  bool strict = false;      ///< nothing may be lost on the way
-  bool shows_only = false;  ///< the file is for looking at: what it cannot keep is no matter
+  std::string to;               ///< name of a format, or empty
+  bool force = false;           ///< an existing file may be replaced
+  bool strict = false;          ///< nothing may be lost on the way
+  bool shows_only = false;      ///< the file is for looking at: what it cannot keep is no matter
+  PictureMarks marks;           ///< of a picture
+  bool keeps_thickness = true;  ///< layers are as thick as those of the input
 
   void AddTo(Command& command);
   /// For a command that makes pictures.

@@ -86,15 +86,6 @@ std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOpt
   return stack;
 }
 
-/// Under `--strict`, what is lost is the end.
-void RefuseLosses(Input const& input, SliceFormats::FormatReport const& report, OutputOptions const& options) {
-  for (auto const& [name, losses] :
-       {std::pair(&input.GetName(), &input.GetReport()), std::pair(&options.path, &report)}) {
-    if (!losses->IsEmpty())
-      throw Trouble(*name, Join(losses->GetNotes(), ", "), "leave out --strict to write the rest");
-  }
-}
-
 }  // namespace
 
 Input::Input(InputOptions const& options)
@@ -102,10 +93,8 @@ Input::Input(InputOptions const& options)
       m_title(std::filesystem::path(options.path).filename().string()),
       m_file(OpenFile(options, &m_report)) {
   if (!options.selection.IsEverything()) {
-    auto const indices = options.selection.Select(*m_file, m_name);
-    // Layers with gaps between them are numbered anew.
-    if (indices.back() - indices.front() + 1 == indices.size()) m_first_layer = indices.front();
-    m_selected = std::make_unique<SelectedSource>(*m_file, indices);
+    m_layers = options.selection.Select(*m_file, m_name);
+    m_selected = std::make_unique<SelectedSource>(*m_file, m_layers);
   }
   if (options.paging) {
     m_stack = FillStack(GetSource(), options);
@@ -123,7 +112,13 @@ ISource2DSlices const& Input::GetSource() const {
 }
 
 Origin Input::GetOrigin() const {
-  return {*m_file, m_title, m_first_layer};
+  // Layers with gaps between them are numbered anew.
+  bool const has_gaps = !m_layers.empty() && m_layers.back() - m_layers.front() + 1 != m_layers.size();
+  return {*m_file, m_title, has_gaps ? 0 : GetLayer(0)};
+}
+
+unsigned long Input::GetLayer(unsigned long index) const {
+  return m_layers.empty() ? index : m_layers[index];
 }
 
 void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor const& visit) {
@@ -134,11 +129,11 @@ void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor cons
   Progress progress(talk.quiet ? ProgressMode::None : talk.progress, input.GetName(), run.GetNumSlices());
   for (unsigned long i = 0; i < run.GetNumSlices(); ++i) {
     if (M2DSliceStack* const stack = input.GetStack()) {
-      visit(*stack->GetSlice(i));
+      visit(*stack->GetSlice(i), input.GetLayer(i));
     } else {
       M2DSlice slice;
       NamingFile(input.GetName(), [&] { source.GetSlice(slice, i); });
-      visit(slice);
+      visit(slice, input.GetLayer(i));
     }
     progress.SetDone(i + 1);
   }
@@ -149,50 +144,80 @@ void TellSkipped(Input const& input, TalkOptions const& talk) {
   for (std::string const& note : input.GetReport().GetNotes()) TellNote(input.GetName() + ": " + note);
 }
 
+Output::Output(Input const& input, Format const& format, std::string path, OutputOptions const& options)
+    : m_input(input),
+      m_format(format),
+      m_path(std::move(path)),
+      m_options(options),
+      m_target(format.open_target(m_path, input.GetOrigin(), options.marks, &m_report)) {
+  ISource2DSlices const& source = input.GetSource();
+  // A picture of a layer shows none, and they may lie far from it in the file.
+  if (!options.shows_only) TakeProperties(source, m_target->GetProperties());
+  if (!options.keeps_thickness) m_target->GetProperties().RemoveProperties("SliceThickness");
+  m_target->GetSliceParameters() = source.GetSliceParameters();
+  m_target->GetSliceIOParameters() = source.GetSliceIOParameters();
+  _RefuseIfFalse(m_target->StartAddingSlices());
+}
+
+void Output::Add(M2DSlice& slice) {
+  m_target->AddSlice(slice, true);
+  ++m_num_slices;
+  _RefuseLosses();
+}
+
+void Output::Finish() {
+  _RefuseLosses();
+  _RefuseIfFalse(m_target->StopAddingSlices());
+}
+
+void Output::Tell(TalkOptions const& talk) const {
+  if (talk.quiet) return;
+  if (!m_options.shows_only) {
+    for (std::string const& note : m_report.GetNotes()) TellNote(m_path + ": " + note);
+  }
+  if (talk.verbose) TellNote(m_path + ": " + Count(m_num_slices, "layer") + " written as " + m_format.name);
+}
+
+void Output::_RefuseIfFalse(bool accepted) const {
+  if (!accepted) throw Trouble(m_path, "the format does not take these slices", "choose another one by --to");
+}
+
+/// Under `--strict`, what is lost is the end.
+void Output::_RefuseLosses() const {
+  if (!m_options.strict) return;
+  for (auto const& [name, losses] :
+       {std::pair(&m_input.GetName(), &m_input.GetReport()), std::pair(&m_path, &m_report)}) {
+    if (!losses->IsEmpty())
+      throw Trouble(*name, Join(losses->GetNotes(), ", "), "leave out --strict to write the rest");
+  }
+}
+
+void CheckOutputPath(std::string const& path, OutputOptions const& options) {
+  std::error_code ignored;
+  auto const status = std::filesystem::status(path, ignored);
+  if (!std::filesystem::exists(status)) return;
+  if (!std::filesystem::is_regular_file(status)) {
+    throw Trouble(path, "it is no regular file", "name a file to be written");
+  }
+  if (!options.force) throw Trouble(path, "it is there already", "name another file, or give --force to replace it");
+}
+
 Format const& CheckOutput(OutputOptions const& options) {
   Format const& format = FindWriteFormat(options.path, options.to);
-  std::error_code ignored;
-  auto const status = std::filesystem::status(options.path, ignored);
-  if (std::filesystem::exists(status)) {
-    if (!std::filesystem::is_regular_file(status)) {
-      throw Trouble(options.path, "it is no regular file", "name a file to be written");
-    }
-    if (!options.force)
-      throw Trouble(options.path, "it is there already", "name another file, or give --force to replace it");
-  }
+  CheckOutputPath(options.path, options);
   return format;
 }
 
 void WriteSlices(Input const& input, Format const& format, OutputOptions const& options, TalkOptions const& talk,
                  SliceVisitor const& change) {
-  ISource2DSlices const& source = input.GetSource();
-  SliceFormats::FormatReport report;
-  auto const target = format.open_target(options.path, input.GetOrigin(), &report);
-  // A picture of a layer shows none, and they may lie far from it in the file.
-  if (!options.shows_only) TakeProperties(source, target->GetProperties());
-  target->GetSliceParameters() = source.GetSliceParameters();
-  target->GetSliceIOParameters() = source.GetSliceIOParameters();
-
-  auto const refuse_if_false = [&](bool accepted) {
-    if (!accepted) throw Trouble(options.path, "the format does not take these slices", "choose another one by --to");
-  };
-  refuse_if_false(target->StartAddingSlices());
-  ForEachSlice(input, talk, [&](M2DSlice& slice) {
-    if (change) change(slice);
-    target->AddSlice(slice, true);
-    if (options.strict) RefuseLosses(input, report, options);
+  Output output(input, format, options.path, options);
+  ForEachSlice(input, talk, [&](M2DSlice& slice, unsigned long layer) {
+    if (change) change(slice, layer);
+    output.Add(slice);
   });
-  if (options.strict) RefuseLosses(input, report, options);
-  refuse_if_false(target->StopAddingSlices());
-
+  output.Finish();
   TellSkipped(input, talk);
-  if (talk.quiet) return;
-  if (!options.shows_only) {
-    for (std::string const& note : report.GetNotes()) TellNote(options.path + ": " + note);
-  }
-  if (talk.verbose) {
-    TellNote(options.path + ": " + Count(source.GetNumSlices(), "layer") + " written as " + format.name);
-  }
+  output.Tell(talk);
 }
 
 }  // namespace Tool

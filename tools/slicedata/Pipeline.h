@@ -1,12 +1,14 @@
 #pragma once
 
 #include <SliceData/slice_stack/ISource2DSlices.h>
+#include <SliceData/slice_stack/ITarget2DSlices.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceFormats/FormatReport.h>
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Formats.h"
 #include "Options.h"
@@ -30,19 +32,22 @@ class Input {
   /// The stack that holds them, or null if they are read as they are asked for.
   M2DSliceStack* GetStack() const { return m_stack.get(); }
   Origin GetOrigin() const;
+  /// The number in the whole file of a selected slice.
+  unsigned long GetLayer(unsigned long index) const;
   SliceFormats::FormatReport const& GetReport() const { return m_report; }
 
  private:
   std::string m_name;
   SliceFormats::FormatReport m_report;
   std::string m_title;
-  unsigned long m_first_layer = 0;
+  std::vector<unsigned long> m_layers;  ///< the selected ones; none if all are
   std::unique_ptr<ISource2DSlices const> m_file;
   std::unique_ptr<ISource2DSlices const> m_selected;  ///< null for all
   std::unique_ptr<M2DSliceStack> m_stack;             ///< null without paging
 };
 
-using SliceVisitor = std::function<void(M2DSlice& slice)>;
+/// \param layer  the number of the slice in the whole file
+using SliceVisitor = std::function<void(M2DSlice& slice, unsigned long layer)>;
 
 /// Reads the slices of the input one after the other, tells progress, and calls `visit` with each of them.
 void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor const& visit);
@@ -50,13 +55,46 @@ void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor cons
 /// Tells what the input's format has skipped.
 void TellSkipped(Input const& input, TalkOptions const& talk);
 
+/// A file in the making, from the slices of an input. It appears under its name when it is finished; without that, none
+/// is left.
+class Output {
+ public:
+  /// \param input    where the slices come from; outlives this
+  /// \param path     of the file, which `CheckOutputPath` has let pass
+  /// \param options  how it is written; outlives this
+  Output(Input const& input, Format const& format, std::string path, OutputOptions const& options);
+  Output(Output const&) = delete;
+  Output& operator=(Output const&) = delete;
+
+  /// Appends a slice, whose content is gone afterwards. Under `strict`, throws `Trouble` if it cannot be kept whole.
+  void Add(M2DSlice& slice);
+  void Finish();
+  /// Tells what was written, and what could not be kept.
+  void Tell(TalkOptions const& talk) const;
+
+ private:
+  void _RefuseIfFalse(bool accepted) const;
+  void _RefuseLosses() const;
+
+  Input const& m_input;
+  Format const& m_format;
+  std::string m_path;
+  OutputOptions const& m_options;
+  SliceFormats::FormatReport m_report;
+  std::unique_ptr<ITarget2DSlices> m_target;
+  unsigned long m_num_slices = 0;
+};
+
+/// Throws `Trouble` for a path that must not be written to: of what is no file, or of a file that is there, unless
+/// `force` lets it be replaced.
+void CheckOutputPath(std::string const& path, OutputOptions const& options);
+
 /// The checks of an output that need no input yet, so that a command fails before it has worked.
 /// \return the format to write
 Format const& CheckOutput(OutputOptions const& options);
 
-/// Streams the slices of the input into a file, one in memory, each through `change` if given. Tells what could not be
-/// kept; if `strict` asks for it, that is a `Trouble` and there is no file. \param format  what to write, from
-/// `CheckOutput`
+/// Streams the slices of the input into a file, one in memory, each through `change` if given, and tells about it.
+/// \param format  what to write, from `CheckOutput`
 void WriteSlices(Input const& input, Format const& format, OutputOptions const& options, TalkOptions const& talk,
                  SliceVisitor const& change = nullptr);
 

@@ -60,6 +60,8 @@ void AddRenderCommand(Command& program) {
       "of a layer. The picture is SVG, coloured by type, with legend and scale bar; its unit is the millimetre.");
   command.AddExample("slicedata render part.cli --layer 100 -o layer.svg", "the layer number 100");
   command.AddExample("slicedata render part.cli --z 5.02 -o layer.svg --force", "the layer nearest to z 5.02 mm");
+  command.AddExample("slicedata render part.cli --layer 7 -o layer.svg --start-points --directions",
+                     "where scanning begins and which way it goes");
   command.SetAction([options] { return RunRender(*options); });
 }
 

@@ -112,6 +112,12 @@ std::string Count(unsigned long count, std::string const& singular) {
   return std::to_string(count) + ' ' + singular + (count == 1 ? "" : "s");
 }
 
+std::string TrimBlanks(std::string const& text) {
+  auto const first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
 std::vector<std::string> Split(std::string_view text, char separator) {
   std::vector<std::string> pieces;
   for (;;) {

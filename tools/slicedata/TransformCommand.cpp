@@ -1,17 +1,25 @@
+#include <SliceData/geometry/M2DSliceZScale.h>
 #include <SliceData/geometry/Transform.h>
 #include <SliceData/geometry/Transformation.h>
+#include <SliceData/geometry/TransformationDistortion.h>
+#include <SliceData/geometry/TransformationRescale.h>
+#include <SliceData/platform/units/MUnit.h>
 #include <SliceData/slice_model/M2DSlice.h>
 
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "Commands.h"
 #include "Console.h"
 #include "Length.h"
+#include "NumberTable.h"
 #include "Pipeline.h"
 #include "Text.h"
 #include "Trouble.h"
@@ -20,14 +28,23 @@ namespace Tool {
 
 namespace {
 
+using M2DSliceUtilities::DistortionTable;
+using M2DSliceUtilities::M2DSliceZScale;
+using M2DSliceUtilities::RescaleLookupTable;
+using M2DSliceUtilities::TransformationDistortion;
 using M2DSliceUtilities::TransformationMatrix;
+using M2DSliceUtilities::TransformationRescale;
 using M2DSliceUtilities::TransformationVector;
 using M2DSliceUtilities::TransformOptions;
+using Platform = TransformationRescale::PlatformCoordinates;
+
+constexpr int kFarthest = std::numeric_limits<int>::max();  ///< what 32 bits hold, in internal units
 
 /// One mapping of the command line, in its order.
 struct Step {
   std::string description;
-  TransformationMatrix matrix;
+  std::shared_ptr<M2DSliceUtilities::iTransformation const> mapping;
+  bool mirrors = false;
 };
 
 struct MappingOptions {
@@ -35,6 +52,9 @@ struct MappingOptions {
   OutputOptions output;
   TalkOptions talk;
   std::vector<Step> steps;
+  std::vector<M2DSliceZScale> z_scales;
+  std::vector<std::shared_ptr<TransformationRescale>> rescales;  ///< among the steps; they wait for the platform
+  std::optional<Platform> platform;
   TransformOptions refinement;
 };
 
@@ -47,52 +67,129 @@ std::vector<std::string> SplitExactly(std::string const& value, std::size_t coun
   return pieces;
 }
 
+double GetDeterminant(TransformationMatrix const& matrix) {
+  return matrix.a * matrix.d - matrix.b * matrix.c;
+}
+
+Step MakeStep(std::string description, TransformationMatrix const& matrix) {
+  return {std::move(description), std::make_shared<TransformationMatrix const>(matrix), GetDeterminant(matrix) < 0};
+}
+
 Step ParseTranslation(std::string const& value) {
   auto const pieces = SplitExactly(value, 2, "5,-2.5");
   long const dx = ParseLength(pieces[0]);
   long const dy = ParseLength(pieces[1]);
-  Step step{"translate by x " + FormatLength(dx) + ", y " + FormatLength(dy) + " mm", {}};
-  step.matrix.MakeTranslation(static_cast<double>(dx), static_cast<double>(dy));
-  return step;
+  TransformationMatrix matrix;
+  matrix.MakeTranslation(static_cast<double>(dx), static_cast<double>(dy));
+  return MakeStep("translate by x " + FormatLength(dx) + ", y " + FormatLength(dy) + " mm", matrix);
 }
 
 /// Positive angles turn counter-clockwise here and clockwise in the library.
 Step ParseRotation(std::string const& value) {
   double const degrees = ParseNumber(value);
-  Step step{"rotate by " + FormatNumber(degrees) + " degrees counter-clockwise", {}};
+  TransformationMatrix matrix;
   double const within_turn = std::fmod(std::fmod(degrees, 360) + 360, 360);
   if (within_turn == 90) {
-    step.matrix.MakeRotation270();
+    matrix.MakeRotation270();
   } else if (within_turn == 180) {
-    step.matrix.MakeRotation180();
+    matrix.MakeRotation180();
   } else if (within_turn == 270) {
-    step.matrix.MakeRotation90();
+    matrix.MakeRotation90();
   } else if (within_turn != 0) {
-    step.matrix.MakeRotation(-std::fmod(degrees, 360));
+    matrix.MakeRotation(-std::fmod(degrees, 360));
   }
-  return step;
-}
-
-double GetDeterminant(TransformationMatrix const& matrix) {
-  return matrix.a * matrix.d - matrix.b * matrix.c;
+  return MakeStep("rotate by " + FormatNumber(degrees) + " degrees counter-clockwise", matrix);
 }
 
 Step ParseMatrix(std::string const& value) {
   auto const pieces = SplitExactly(value, 6, "1,0,0,1,5,-2.5");
-  Step step{"map by x' = " + pieces[0] + " x + " + pieces[1] + " y + " + pieces[4] + ", y' = " + pieces[2] + " x + " +
-                pieces[3] + " y + " + pieces[5],
-            {}};
-  step.matrix.a = ParseNumber(pieces[0]);
-  step.matrix.b = ParseNumber(pieces[1]);
-  step.matrix.c = ParseNumber(pieces[2]);
-  step.matrix.d = ParseNumber(pieces[3]);
-  step.matrix.tx = static_cast<double>(ParseLength(pieces[4]));
-  step.matrix.ty = static_cast<double>(ParseLength(pieces[5]));
-  if (GetDeterminant(step.matrix) == 0) {
+  TransformationMatrix matrix;
+  matrix.a = ParseNumber(pieces[0]);
+  matrix.b = ParseNumber(pieces[1]);
+  matrix.c = ParseNumber(pieces[2]);
+  matrix.d = ParseNumber(pieces[3]);
+  matrix.tx = static_cast<double>(ParseLength(pieces[4]));
+  matrix.ty = static_cast<double>(ParseLength(pieces[5]));
+  if (GetDeterminant(matrix) == 0) {
     throw Trouble("", "'" + value + "' maps everything to a line or a point",
                   "give a matrix with a*d - b*c other than 0");
   }
-  return step;
+  return MakeStep("map by x' = " + pieces[0] + " x + " + pieces[1] + " y + " + pieces[4] + ", y' = " + pieces[2] +
+                      " x + " + pieces[3] + " y + " + pieces[5],
+                  matrix);
+}
+
+void RefuseIfTooFar(std::string const& path, double length) {
+  if (std::fabs(length) <= kFarthest) return;
+  throw Trouble(path, FormatNumber(length / static_cast<double>(MUnit::GetIE())) + " mm is too far",
+                "stay within 214 m");
+}
+
+Step ReadDistortion(std::string const& path) {
+  DistortionTable<double> table;
+  ReadNumberTable(path, 4, "0,0,0,150 (x, y and the position that replaces them)",
+                  [&](std::vector<double> const& sample) {
+                    for (double const coordinate : sample) RefuseIfTooFar(path, coordinate);
+                    table.Add(sample[0], sample[1], sample[2], sample[3]);
+                  });
+  auto mapping = std::make_shared<TransformationDistortion>();
+  mapping->SetLookupTable(std::move(table));
+  return {"distort by " + path, std::move(mapping)};
+}
+
+/// A table of factors over a length in mm, which becomes internal units.
+template <class Key>
+RescaleLookupTable<Key, double> ReadFactors(std::string const& path, std::string const& example) {
+  RescaleLookupTable<Key, double> factors;
+  ReadNumberTable(path, 2, example, [&](std::vector<double> const& entry) {
+    double const length = entry[0] * static_cast<double>(MUnit::GetIE());
+    RefuseIfTooFar(path, length);
+    if constexpr (std::is_same_v<Key, long>) {
+      factors.Add(std::lround(length), entry[1]);
+    } else {
+      factors.Add(length, entry[1]);
+    }
+  });
+  return factors;
+}
+
+std::shared_ptr<TransformationRescale> ReadRescale(std::string const& path) {
+  auto mapping = std::make_shared<TransformationRescale>();
+  mapping->SetLookupTable(ReadFactors<double>(path, "10,1.001 (mm from the nearest edge, factor)"));
+  return mapping;
+}
+
+M2DSliceZScale ReadZScale(std::string const& path) {
+  M2DSliceZScale scale;
+  scale.SetLookupTable(ReadFactors<long>(path, "10,1.001 (height in mm, factor)"));
+  return scale;
+}
+
+Platform ParsePlatform(std::string const& value) {
+  auto const pieces = SplitExactly(value, 4, "-125,125,125,-125");
+  Platform platform;
+  double* const edges[] = {&platform.left, &platform.top, &platform.right, &platform.bottom};
+  for (std::size_t i = 0; i < pieces.size(); ++i) *edges[i] = static_cast<double>(ParseLength(pieces[i]));
+  if (platform.left >= platform.right || platform.bottom >= platform.top) {
+    throw Trouble("", "'" + value + "' encloses nothing", "write LEFT,TOP,RIGHT,BOTTOM, like -125,125,125,-125");
+  }
+  return platform;
+}
+
+/// A height range whose ends go where the scale takes them.
+M2DSliceZArea Scale(M2DSliceZArea const& z_area, M2DSliceZScale const& scale) {
+  M2DSliceZArea scaled = z_area;
+  scaled.SetZ(scale.TransformZ(z_area.GetZ()));
+  long const bottom = scale.TransformZ(z_area.GetBottom());
+  long const top = scale.TransformZ(z_area.GetTop());
+  M2DSliceZAreaTypeInfo info = z_area.GetTypeInfo();
+  if (info.type == e2DSliceZAreaType::Custom) {
+    scaled.SetCustomRange(bottom, top);
+  } else {
+    info.thickness = top - bottom;
+    scaled.SetTypeInfo(info);
+  }
+  return scaled;
 }
 
 long ParseMaxDeviation(std::string const& value) {
@@ -104,21 +201,43 @@ long ParseMaxDeviation(std::string const& value) {
 /// Maps slices by all steps.
 class Mapper {
  public:
-  explicit Mapper(MappingOptions const& options) : m_path(options.input.path), m_refinement(options.refinement) {
-    for (Step const& step : options.steps) {
-      m_mapping.AddTransformation(step.matrix);
-      if (GetDeterminant(step.matrix) < 0) m_mirrors = !m_mirrors;
+  explicit Mapper(MappingOptions const& options) : m_options(options) {
+    for (Step step : options.steps) {
+      m_mapping.AddTransformation(step.mapping);
+      m_mirrors ^= step.mirrors;
     }
   }
 
   void Map(M2DSlice& slice) const {
-    _RefuseTooFar(slice);
-    M2DSliceUtilities::Transform(*slice.GetBorderUpdate(), m_mapping, m_refinement);
-    M2DSliceUtilities::Transform(*slice.GetVectorsUpdate(), m_mapping, m_refinement);
-    M2DSliceUtilities::Transform(*slice.GetAreasUpdate(), m_mapping, m_refinement);
+    try {
+      _MapPlane(slice);
+    } catch (std::out_of_range const&) {
+      throw Trouble(m_options.input.path,
+                    _Describe(slice) + " reaches a grid point for which a distortion has no sample",
+                    "give a sample for every pair of an x and a y that are in the table");
+    }
+    M2DSliceXYArea const& area = slice.GetXYArea();
+    if (!area.IsEmpty() &&
+        (area.minX < -kFarthest || area.minY < -kFarthest || area.maxX > kFarthest || area.maxY > kFarthest)) {
+      throw Trouble(m_options.input.path, _Describe(slice) + " would lie beyond 214 m",
+                    "check the units of the mappings");
+    }
+    for (M2DSliceZScale const& scale : m_options.z_scales) slice.SetZArea(Scale(slice.GetZArea(), scale));
+  }
+
+ private:
+  static std::string _Describe(M2DSlice const& slice) {
+    return "the layer at z " + FormatLength(slice.GetZArea().GetZ()) + " mm";
+  }
+
+  void _MapPlane(M2DSlice& slice) const {
+    if (m_options.steps.empty()) return;
+    M2DSliceUtilities::Transform(*slice.GetBorderUpdate(), m_mapping, m_options.refinement);
+    M2DSliceUtilities::Transform(*slice.GetVectorsUpdate(), m_mapping, m_options.refinement);
+    M2DSliceUtilities::Transform(*slice.GetAreasUpdate(), m_mapping, m_options.refinement);
     // Block by block: the forms for layers and slices map the points of a block several times.
     auto points = slice.GetPointsUpdate();
-    for (M2DSlicePointBlock& block : *points) M2DSliceUtilities::Transform(block, m_mapping, m_refinement);
+    for (M2DSlicePointBlock& block : *points) M2DSliceUtilities::Transform(block, m_mapping, m_options.refinement);
     if (!m_mirrors) return;
     // A mirror turns regions inside out; the direction of open paths tells no inside.
     for (auto contours : {slice.GetBorderUpdate(), slice.GetAreasUpdate()}) {
@@ -128,42 +247,26 @@ class Mapper {
     }
   }
 
- private:
-  /// Straight mappings take the box of a slice to a shape whose extremes are at the images of its corners.
-  void _RefuseTooFar(M2DSlice const& slice) const {
-    M2DSliceXYArea const& area = slice.GetXYArea();
-    if (area.IsEmpty()) return;
-    constexpr double kLimit = std::numeric_limits<int>::max();
-    for (long const corner_x : {area.minX, area.maxX}) {
-      for (long const corner_y : {area.minY, area.maxY}) {
-        auto x = static_cast<double>(corner_x);
-        auto y = static_cast<double>(corner_y);
-        m_mapping.Transform(x, y);
-        if (std::fabs(x) <= kLimit && std::fabs(y) <= kLimit) continue;
-        throw Trouble(m_path, "the layer at z " + FormatLength(slice.GetZArea().GetZ()) + " mm would lie beyond 214 m",
-                      "check the units of the mappings");
-      }
-    }
-  }
-
-  std::string m_path;
+  MappingOptions const& m_options;
   TransformationVector m_mapping;
-  TransformOptions m_refinement;
   bool m_mirrors = false;
 };
 
 int RunTransform(MappingOptions const& options) {
-  if (options.steps.empty()) {
-    throw Trouble("transform", "there is nothing to do",
-                  "give --translate, --rotate or --matrix, or use 'slicedata convert'");
+  if (options.steps.empty() && options.z_scales.empty()) {
+    throw Trouble("transform", "there is nothing to do", "give one of its mappings, or use 'slicedata convert'");
   }
+  if (options.rescales.empty() == options.platform.has_value()) {
+    throw Trouble("transform", "--rescale and --platform need each other", "give both, or none");
+  }
+  for (auto const& rescale : options.rescales) rescale->SetPlatformCoordinates(*options.platform);
   Format const& format = CheckOutput(options.output);
   Input const input(options.input);
   if (options.talk.verbose && !options.talk.quiet) {
     for (Step const& step : options.steps) TellNote(options.input.path + ": " + step.description);
   }
   Mapper const mapper(options);
-  WriteSlices(input, format, options.output, options.talk, [&](M2DSlice& slice) { mapper.Map(slice); });
+  WriteSlices(input, format, options.output, options.talk, [&](M2DSlice& slice, unsigned long) { mapper.Map(slice); });
   return 0;
 }
 
@@ -190,10 +293,34 @@ void AddTransformCommand(Command& program) {
       "x' = A x + B y + TX and y' = C x + D y + TY; TX and TY are lengths. After a mirror, closed contours are turned "
       "round, so that outer ones stay counter-clockwise",
       ParseMatrix);
+  add_step("--distortion", "FILE",
+           "map by a table of samples on a grid, with straight interpolation between them. A line of the file is "
+           "x, y, and the x and y that replace them, in steps of 0.0001 mm and with commas",
+           ReadDistortion);
+  command.AddOption(
+      "--rescale", "FILE",
+      "scale about the middle of the platform, by a factor for the distance from its nearest edge. A line of the file "
+      "is a distance in mm and a factor",
+      [options](std::string const& value) {
+        auto const rescale = ReadRescale(value);
+        options->rescales.push_back(rescale);
+        options->steps.push_back({"rescale by " + value, rescale});
+      },
+      Occurs::AnyNumber);
+  command.AddOption("--platform", "LEFT,TOP,RIGHT,BOTTOM", "the edges of the platform, for --rescale",
+                    [options](std::string const& value) { options->platform = ParsePlatform(value); });
+  command.AddOption(
+      "--z-scale", "FILE",
+      "scale heights, by a factor for the height. A line of the file is a height in mm and a factor",
+      [options](std::string const& value) {
+        options->z_scales.push_back(ReadZScale(value));
+        options->output.keeps_thickness = false;
+      },
+      Occurs::AnyNumber);
   command.BeginGroup("Refinement");
   command.AddOption("--max-deviation", "LENGTH",
                     "split a segment whose image is off the straight line by this length or more, unless it is shorter "
-                    "than that; the mappings above keep lines straight",
+                    "than that; without it long edges stay straight under --distortion and --rescale",
                     [options](std::string const& value) {
                       options->refinement.maxDeviation = ParseMaxDeviation(value);
                       options->refinement.splitLongSegments = true;
@@ -208,6 +335,8 @@ void AddTransformCommand(Command& program) {
                      "5 mm to the right, 0.3 mm down");
   command.AddExample("slicedata transform part.cli -o turned.cli --translate -10,-10 --rotate 90 --translate 10,10",
                      "a quarter turn about the point (10, 10)");
+  command.AddExample("slicedata transform part.cli -o corrected.cli --distortion scanner.csv --max-deviation 5um",
+                     "corrected by a table, with points added where edges become curves");
   command.SetAction([options] { return RunTransform(*options); });
 }
 

@@ -1,4 +1,4 @@
-// The slicedata program: looks into slice files, converts, maps and draws them.
+// The slicedata program: looks into slice files, converts, maps, prepares and draws them.
 
 #include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/file_io/TemporaryDirectory.h>
@@ -57,12 +57,22 @@ void LimitMemory() {
 #endif
 }
 
+/// Lets a command keep as many files open as the system allows at all: a file for each model may be many.
+void AllowManyFiles() {
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == limit.rlim_max) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int Run(int argc, char const* const* argv) {
-  Tool::Command program("slicedata", "looks into slice files of additive manufacturing, converts, maps and draws them");
+  Tool::Command program("slicedata",
+                        "looks into slice files of additive manufacturing, converts, maps, prepares and draws them");
   Tool::AddInfoCommand(program);
   Tool::AddRenderCommand(program);
   Tool::AddConvertCommand(program);
   Tool::AddTransformCommand(program);
+  Tool::AddPrepareCommand(program);
   Tool::AddGenerateCommand(program);
   program.AddHelp(
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
@@ -85,6 +95,7 @@ char const* GetAdvice(std::error_code const& code) {
       code == std::errc::read_only_file_system) {
     return "get the right to it, or name another place";
   }
+  if (code == std::errc::too_many_files_open) return "raise the limit (ulimit -n), or take fewer parts at a time";
   return "see to the cause and try again";
 }
 
@@ -94,6 +105,7 @@ int main(int argc, char** argv) {
   Tool::PrepareConsole();
   PrepareSignals();
   LimitMemory();
+  AllowManyFiles();
   auto const tell_lack_of_memory = [] {
     Tool::TellTrouble("not enough memory; close other programs, or take fewer layers at a time by --layers");
   };

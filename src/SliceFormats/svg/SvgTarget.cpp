@@ -182,6 +182,8 @@ class SvgDrawing final : public FileWriting {
   static constexpr double kTitleHeight = 36;
   static constexpr double kScaleBarHeight = 40;
   static constexpr double kRowHeight = 22;
+  static constexpr double kArrowLength = 8;
+  static constexpr double kArrowDistance = 80;  ///< along a contour
 
   std::string _GetHeader(Frame const& frame) const {
     std::string const box[] = {FormatField(frame.x), FormatField(frame.y), FormatField(frame.width),
@@ -209,7 +211,8 @@ class SvgDrawing final : public FileWriting {
     auto const width = [&](double factor) { return FormatField(factor * m_options.stroke_width_px * pixel); };
     return ".contour {stroke-width: " + width(1) + "}\n.area {stroke-width: " + width(1) +
            "; stroke-dasharray: " + FormatField(6 * pixel) + " " + FormatField(4 * pixel) +
-           "}\n.vectors {stroke-width: " + width(0.7) + "}\n.points {stroke-width: " + width(4) + "}\n";
+           "}\n.vectors {stroke-width: " + width(0.7) + "}\n.points {stroke-width: " + width(4) +
+           "}\n.directions {stroke-width: " + width(1) + "}\n.starts {stroke-width: " + width(6) + "}\n";
   }
 
   Entry& _GetEntry(M2DSliceVectorTypeInfo const& record) {
@@ -245,6 +248,11 @@ class SvgDrawing final : public FileWriting {
     for (M2DSliceVectorBlock const& block : vectors) _DrawVectors(block);
     for (M2DSlicePointBlock const& block : points) _DrawPoints(block);
     _DrawContours(areas, "area", &Entry::areas);
+    if (m_options.directions) _DrawDirections(slice);
+    if (m_options.start_points) {
+      _DrawStarts(border);
+      _DrawStarts(areas);
+    }
     m_file.Write("</g>\n");
   }
 
@@ -296,15 +304,72 @@ class SvgDrawing final : public FileWriting {
     m_file.Write("\"/>\n");
   }
 
-  /// A line of no length with round ends is a small disc of the same size at every zoom.
   void _DrawPoints(M2DSlicePointBlock const& block) {
     Entry& entry = _GetEntry(block.GetVectorTypeInfo());
     entry.points += block.size();
     if (block.empty()) return;
     _BeginPath("points", *entry.type);
-    for (M2DSlicePoint const& point : block) {
-      _WritePoint('M', point.x, point.y);
-      m_file.Write("h0");
+    for (M2DSlicePoint const& point : block) _WriteDisc(point.x, point.y);
+    m_file.Write("\"/>\n");
+  }
+
+  /// Along each contour an arrow head every so often, and one on every vector that is long enough for it.
+  void _DrawDirections(M2DSlice const& slice) {
+    M2DSliceXYArea const& area = slice.GetXYArea();
+    if (area.IsEmpty()) return;
+    double const longer_side = static_cast<double>(std::max(area.maxX - area.minX, area.maxY - area.minY));
+    double const pixel = longer_side / kDrawingSize;
+    if (pixel == 0) return;
+    m_file.Write("<path class=\"directions\" stroke=\"#222222\" d=\"\n");
+    for (M2DSliceContourLayer const* const layer : {&slice.GetBorder(), &slice.GetAreas()}) {
+      for (M2DSliceContour const& contour : *layer) {
+        double until_next = kArrowDistance / 2;
+        M2DSliceContourPoint const* const first = contour.GetFirstPoint();
+        for (M2DSliceContourPoint const& point : contour.GetPoints()) {
+          if (point.next == first && !contour.GetIsClosed()) break;
+          M2DSliceVector const edge{point.x, point.next->x, point.y, point.next->y};
+          until_next = _DrawArrows(edge, until_next, kArrowDistance, pixel);
+        }
+      }
+    }
+    for (M2DSliceVectorBlock const& block : slice.GetVectors()) {
+      for (M2DSliceVector const& vector : block) {
+        double const length = _GetLength(vector) / pixel;
+        if (length > 2 * kArrowLength) _DrawArrows(vector, length / 2, length, pixel);
+      }
+    }
+    m_file.Write("\"/>\n");
+  }
+
+  static double _GetLength(M2DSliceVector const& edge) {
+    return std::hypot(static_cast<double>(edge.x2 - edge.x1), static_cast<double>(edge.y2 - edge.y1));
+  }
+
+  /// Draws arrow heads on an edge, the first one at `offset`. Lengths are pixels.
+  /// \return the offset of the next one from the end of the edge
+  double _DrawArrows(M2DSliceVector const& edge, double offset, double distance, double pixel) {
+    double const length = _GetLength(edge) / pixel;
+    auto const x1 = static_cast<double>(edge.x1);
+    auto const y1 = static_cast<double>(edge.y1);
+    double const dx = (static_cast<double>(edge.x2) - x1) / length;
+    double const dy = (static_cast<double>(edge.y2) - y1) / length;
+    for (; offset < length; offset += distance) {
+      auto const draw = [&](char command, double along, double across) {
+        _WritePoint(command, std::lround(x1 + dx * along - dy * across), std::lround(y1 + dy * along + dx * across));
+      };
+      draw('M', offset - kArrowLength / 2, kArrowLength / 2);
+      draw('L', offset + kArrowLength / 2, 0);
+      draw(' ', offset - kArrowLength / 2, -kArrowLength / 2);
+      m_file.Write("\n");
+    }
+    return offset - length;
+  }
+
+  void _DrawStarts(M2DSliceContourLayer const& layer) {
+    if (layer.IsEmpty()) return;
+    m_file.Write("<path class=\"starts\" stroke=\"#222222\" d=\"\n");
+    for (M2DSliceContour const& contour : layer) {
+      if (contour.GetNumPoints() != 0) _WriteDisc(contour.GetFirstPoint()->x, contour.GetFirstPoint()->y);
     }
     m_file.Write("\"/>\n");
   }
@@ -313,6 +378,12 @@ class SvgDrawing final : public FileWriting {
     m_file.Write("<path class=\"");
     m_file.Write(kind);
     m_file.Write("\" data-type=\"" + Escape(type.name) + "\" stroke=\"" + GetColour(type) + "\"" + fill + " d=\"");
+  }
+
+  /// A line of no length with round ends is a small disc of the same size at every zoom.
+  void _WriteDisc(long x, long y) {
+    _WritePoint('M', x, y);
+    m_file.Write("h0");
   }
 
   void _WritePoint(char command, long x, long y) {

@@ -15,6 +15,8 @@ struct SvgOptions {
   bool scale_bar = true;          ///< a bar of round length
   double stroke_width_px = 1.0;   ///< of contours on the screen, whatever the zoom; vectors are finer; positive
   unsigned long first_layer = 0;  ///< the number of the first slice, for who draws a selection
+  bool start_points = false;      ///< a disc where each contour begins
+  bool directions = false;        ///< arrow heads along contours and vectors, their size by that of the layer
 };
 
 /// Draws slices as one SVG picture, each as a group `layer-N` with its height in `data-z-mm`.

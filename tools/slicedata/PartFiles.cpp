@@ -1,0 +1,67 @@
+#include "PartFiles.h"
+
+#include <SliceData/slice_model/M2DSlice.h>
+
+#include "Trouble.h"
+
+namespace Tool {
+
+namespace {
+
+/// Makes the folder; false if it is there already.
+bool MakeFolder(std::string const& path) {
+  std::error_code error;
+  bool const is_made = std::filesystem::create_directory(path, error);
+  if (error || !std::filesystem::is_directory(path, error)) {
+    throw Trouble(path, "it cannot be used as a folder" + (error ? ": " + error.message() : std::string()),
+                  "give -o the name of a folder, in one that is there");
+  }
+  return is_made;
+}
+
+}  // namespace
+
+PartFiles::PartFiles(Input const& input, Format const& format, OutputOptions const& options)
+    : m_input(input), m_format(format), m_options(options), m_owns_folder(MakeFolder(options.path)) {}
+
+PartFiles::~PartFiles() {
+  m_parts.clear();
+  std::error_code ignored;
+  if (m_owns_folder) std::filesystem::remove(m_options.path, ignored);  // only if it is empty
+}
+
+void PartFiles::BeginLayer(M2DSliceZArea const& z_area) {
+  m_layers.push_back(z_area);
+}
+
+void PartFiles::Add(std::string const& name, M2DSlice& slice) {
+  Part& part = _GetPart(name);
+  for (; part.num_layers + 1 < m_layers.size(); ++part.num_layers) {
+    M2DSlice nothing(m_layers[part.num_layers]);
+    part.output.Add(nothing);
+  }
+  slice.SetZArea(m_layers.back());
+  part.output.Add(slice);
+  part.num_layers = m_layers.size();
+}
+
+void PartFiles::Finish() {
+  for (auto& [name, part] : m_parts) part.output.Finish();
+}
+
+void PartFiles::Tell(TalkOptions const& talk) const {
+  for (auto const& [name, part] : m_parts) part.output.Tell(talk);
+}
+
+PartFiles::Part& PartFiles::_GetPart(std::string const& name) {
+  auto part = m_parts.find(name);
+  if (part == m_parts.end()) {
+    auto const path = (std::filesystem::path(m_options.path) / (name + m_format.extension)).string();
+    CheckOutputPath(path, m_options);
+    part = m_parts.try_emplace(name, m_input, m_format, path, m_options).first;
+    part->second.num_layers = m_layers.size() - 1;
+  }
+  return part->second;
+}
+
+}  // namespace Tool

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Pipeline.h"
+
+namespace Tool {
+
+/// A folder with one file for each part that layers are divided into.
+///
+/// A file holds the layers from the first to the last in which its part has anything; those between that have nothing
+/// of it are empty ones.
+class PartFiles {
+ public:
+  /// \param options  where and how the files are written; the path is that of the folder, which is made if need be
+  PartFiles(Input const& input, Format const& format, OutputOptions const& options);
+  /// Without `Finish` no file is left, nor a folder that was made for them.
+  ~PartFiles();
+  PartFiles(PartFiles const&) = delete;
+  PartFiles& operator=(PartFiles const&) = delete;
+
+  /// Goes on to the next layer.
+  void BeginLayer(M2DSliceZArea const& z_area);
+  /// Adds what a part has of the layer; its content is gone afterwards. Once a part and layer.
+  /// \param name  of the part, which becomes that of its file
+  void Add(std::string const& name, M2DSlice& slice);
+
+  void Finish();
+  void Tell(TalkOptions const& talk) const;
+
+ private:
+  struct Part {
+    Part(Input const& input, Format const& format, std::string const& path, OutputOptions const& options)
+        : output(input, format, path, options) {}
+
+    Output output;
+    std::size_t num_layers = 0;  ///< that are in the file or come before it
+  };
+
+  Part& _GetPart(std::string const& name);
+
+  Input const& m_input;
+  Format const& m_format;
+  OutputOptions const& m_options;
+  bool m_owns_folder;
+  std::vector<M2DSliceZArea> m_layers;
+  std::map<std::string, Part> m_parts;
+};
+
+}  // namespace Tool
