@@ -12,8 +12,8 @@
 namespace M2DSliceUtilities {
 
 /// The point where the contour turns the most; the first of equals. Points that coincide with a neighbour do not count,
-/// nor do full reversals. A turn so sharp that rounding makes it a full reversal counts only if it goes to the left.
-/// Without any turn it is the first point.
+/// nor do turns that are not to the left and whose cosine comes out as exactly -1. Without any turn it is the first
+/// point.
 class VELSDK_EXPORT ContourStartingPointCalculatorSharpestAngle : public IContourStartingPointCalculator {
  public:
   M2DSliceContourPoint const* FindOptimalStartingPoint(M2DSliceContour const& contour) override;

@@ -142,7 +142,9 @@ Value DistortionTable<double>::BlockMap<Key, Value>::Add(Key key, Value value) {
     auto const place = _FindIn(block, key);
     if (place != block.end() && place->key == key) return place->value;
     block.insert(place, {key, value});
+    ++m_size;
     if (block.size() >= kBlockSize) _Split(number);
+    return value;
   }
   ++m_size;
   return value;

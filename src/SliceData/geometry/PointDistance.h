@@ -15,8 +15,10 @@ inline long BoundedSum(long a, long b) {
   return b < 0 ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
 }
 
-/// a - b.
+/// a - b, taken in integers unless that overflows.
 inline double Difference(long a, long b) {
+  long difference = 0;
+  if (!__builtin_sub_overflow(a, b, &difference)) return static_cast<double>(difference);
   return static_cast<double>(a) - static_cast<double>(b);
 }
 

@@ -1,8 +1,8 @@
 #include <SliceData/geometry/TransformationRescale.h>
 #include <SliceData/platform/math/MMPoint2d.h>
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace M2DSliceUtilities {
@@ -52,12 +52,9 @@ void TransformationRescale::_Transform(double& x, double& y) const {
   if (!(left <= x && x <= right && bottom <= y && y <= top)) return;
 
   Point const point{x, y};
-  double nearest = std::numeric_limits<double>::infinity();
-  for (double const distance :
-       {DistanceFromLine(point, {left, top}, {right, top}), DistanceFromLine(point, {right, bottom}, {left, bottom}),
-        DistanceFromLine(point, {left, top}, {left, bottom}), DistanceFromLine(point, {right, bottom}, {right, top})}) {
-    if (distance < nearest) nearest = distance;
-  }
+  double const nearest = std::min(
+      {DistanceFromLine(point, {left, top}, {right, top}), DistanceFromLine(point, {right, bottom}, {left, bottom}),
+       DistanceFromLine(point, {left, top}, {left, bottom}), DistanceFromLine(point, {right, bottom}, {right, top})});
 
   double const factor = _Lookup(nearest);
   double const center_x = (right + left) * 0.5;
