@@ -79,6 +79,9 @@ TEST(ContourOverlap, LengthensOrShortensWithinOneLap) {
   constexpr long kMost = std::numeric_limits<long>::max();
   M2DSliceContourLayer layer;
   M2DSliceContour const& triangle = AddContour(layer, {{0, 0}, {0, 8}, {-6, 0}});  // 8, 10 and 6 long
+  M2DSliceContour const& begins = AddContour(layer, {{0, 0}, {1, 1}, {2, 2}, {12, 2}});
+  M2DSliceContour const& ends = AddContour(layer, {{0, 0}, {-7, 3}, {3, 3}, {2, 2}, {1, 1}});
+  M2DSliceContour const& line = AddContour(layer, {{0, 0}, {22, 0}});
   M2DSliceContour const& large = AddContour(layer, {{0, 0}, {0, 8000}, {-6000, 0}});
   struct {
     M2DSliceContour const& contour;
@@ -95,6 +98,10 @@ TEST(ContourOverlap, LengthensOrShortensWithinOneLap) {
       {triangle, -9, " 0,0>0,8 0,8>-4,3"},  // 4.2 and 5.6 truncated
       {triangle, -24, " 0,0>0,0"},
       {triangle, -kMost - 1, ""},
+      {begins, 5, " 0,0>1,1 1,1>2,2 2,2>12,2 12,2>0,0 0,0>1,1 1,1>2,2 2,2>4,2"},  // 5 - 2.8
+      {ends, -6, " 0,0>-7,3 -7,3>1,3"},                                           // 10 - (6 - 4.2)
+      {line, 15, " 0,0>22,0 22,0>0,0 0,0>15,0"},                                  // 15 / 22 is rounded down
+      {line, -7, " 0,0>22,0 22,0>7,0"},
       {large, 20001, " 0,0>0,8000 0,8000>-6000,0 -6000,0>0,0 0,0>0,8000 0,8000>-6000,0 -6000,0>-4000,0"},
       {large, -20001, " 0,0>0,4000"},
   };

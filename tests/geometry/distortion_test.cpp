@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <limits>
@@ -24,6 +25,11 @@ namespace {
 using M2DSliceUtilities::TransformationDistortion;
 using Point = MMPoint2d<double>;
 using Table = M2DSliceUtilities::DistortionTable<double>;
+
+// Platforms are often given as lists of four numbers.
+using Platform = TransformationDistortion::PlatformCoordinates;
+static_assert(offsetof(Platform, left) == 0 && offsetof(Platform, top) == sizeof(double) &&
+              offsetof(Platform, right) == 2 * sizeof(double) && offsetof(Platform, bottom) == 3 * sizeof(double));
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 double const kNan = std::nan("");

@@ -3,6 +3,7 @@
 #include <SliceData/geometry/TransformationRescale.h>
 
 #include <cmath>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <limits>
 #include <memory>
@@ -18,6 +19,11 @@ using ::testing::Pair;
 using ByHeight = RescaleLookupTable<long, double>;
 using ByDistance = RescaleLookupTable<double, double>;
 
+// Platforms are often given as lists of four numbers.
+using Platform = TransformationRescale::PlatformCoordinates;
+static_assert(offsetof(Platform, left) == 0 && offsetof(Platform, top) == sizeof(double) &&
+              offsetof(Platform, right) == 2 * sizeof(double) && offsetof(Platform, bottom) == 3 * sizeof(double));
+
 std::pair<double, double> Map(TransformationRescale const& rescale, double x, double y) {
   rescale.Transform(x, y);
   return {x, y};
@@ -30,6 +36,7 @@ TEST(RescaleLookupTable, InterpolatesInsideAndIsConstantBeyond) {
   EXPECT_EQ(table.Lookup(-1e300), 2);
   EXPECT_EQ(table.Lookup(1e300), 3);
   EXPECT_EQ(table.Lookup(std::nan("")), 2);
+  EXPECT_EQ((ByDistance{{0, 1.0}, {5, 1.3}}.Lookup(3)), 1.1800000000000002) << "the slope first, then the distance";
   table.Add(20, 4.0);
   EXPECT_EQ(table.Lookup(20), 4) << "the last that is added stays";
   table.Clear();
@@ -57,10 +64,12 @@ TEST(TransformationRescale, ScalesAboutTheCenterByTheDistanceFromTheNearestEdge)
   EXPECT_THAT(Map(rescale, 210, 275), Pair(200 + 10 * 1.75, 200 + 75 * 1.75));
   EXPECT_THAT(Map(rescale, 200, 200), Pair(200, 200));
   EXPECT_THAT(Map(rescale, 400, 300), Pair(600, 400)) << "edges belong to the platform";
+  EXPECT_THAT(Map(rescale, 0, 190), Pair(-200, 180));
+  EXPECT_THAT(Map(rescale, 190, 100), Pair(180, 0));
   EXPECT_THAT(Map(rescale, std::nextafter(400.0, 500.0), 200), Pair(std::nextafter(400.0, 500.0), 200));
   EXPECT_THAT(Map(rescale, 1, 301), Pair(1, 301));
   EXPECT_THAT(Map(rescale, 1, 99), Pair(1, 99));
-  EXPECT_EQ(Map(rescale, std::nan(""), 200).second, 200);
+  EXPECT_EQ(Map(rescale, std::nan(""), 210).second, 210);
   std::unique_ptr<TransformationRescale const> const clone(rescale._Clone());
   rescale.SetLookupTable({});
   rescale.SetPlatformCoordinates({});
@@ -77,9 +86,23 @@ TEST(TransformationRescale, RoundOffIsNoDistanceAndLongEdgesDoNotOverflow) {
   // A long way along the edge the difference of the squares loses a small distance.
   rescale.SetPlatformCoordinates({0, 10, 1e9, 0});
   EXPECT_EQ(Map(rescale, 9e8, 1e-3).second, (1e-3 - 5) + 5);
+  EXPECT_EQ(Map(rescale, 1, 10 - 1e-3).second, ((10 - 1e-3) - 5) + 5) << "the top is measured from the right";
+  rescale.SetPlatformCoordinates({0, 1e9, 10, 0});
+  EXPECT_EQ(Map(rescale, 10 - 1e-3, 1).first, ((10 - 1e-3) - 5) + 5) << "the right from the top";
+  EXPECT_EQ(Map(rescale, 1e-3, 1e9 - 1).first, (1e-3 - 5) + 5) << "the left from the bottom";
   rescale.SetLookupTable({{3.0, 1.0}, {100.0, 2.0}});
   rescale.SetPlatformCoordinates({0, 1e200, 1e200, 0});
   EXPECT_EQ(Map(rescale, 3, 100).first, 0) << "the factor is 1, and the centre far away";
+}
+
+TEST(TransformationRescale, APlatformOfNoWidthAndTheCenterToTheLastBit) {
+  TransformationRescale rescale;
+  rescale.SetLookupTable({{-1.0, 9.0}, {0.0, 2.0}, {1.0, 3.0}});
+  rescale.SetPlatformCoordinates({5, 10, 5, 0});
+  EXPECT_THAT(Map(rescale, 5, 3), Pair(5, 1)) << "distance 0, and none that is no number";
+  rescale.SetLookupTable({{0.0, 0.0}});
+  rescale.SetPlatformCoordinates({0.1, 0.7, 0.7, 0.1});
+  EXPECT_THAT(Map(rescale, 0.2, 0.3), Pair(0.39999999999999997, 0.39999999999999997)) << "half of the sum";
 }
 
 TEST(M2DSliceZScale, TruncatesTowardsZeroAndGoesBackByTheFactorAtTheScaledHeight) {
@@ -94,6 +117,16 @@ TEST(M2DSliceZScale, TruncatesTowardsZeroAndGoesBackByTheFactorAtTheScaledHeight
   scale = M2DSliceZScale();
   EXPECT_EQ(scale.GetScalingFactor(2000), 1);
   EXPECT_EQ(copy.GetScalingFactor(2000), 1.5);
+
+  using Limits = std::numeric_limits<long>;
+  struct {
+    double factor;
+    long z, inverse;
+  } const cases[] = {{49, 49, 1}, {1.1, 33, 29}, {0, 1, Limits::max()}, {0, -1, Limits::min()}, {0, 0, 0}};
+  for (auto const& [factor, z, inverse] : cases) {
+    scale.SetLookupTable({{0, factor}});
+    EXPECT_EQ(scale.TransformZInverse(z), inverse) << z << " / " << factor;
+  }
 }
 
 }  // namespace

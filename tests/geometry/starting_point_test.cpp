@@ -84,6 +84,15 @@ struct PerSlice : StartPointDataPerSlice {
   std::vector<Place> recorded;
 };
 
+/// Calls the data back, and demands more around (3, 4) than elsewhere.
+struct Inquisitive : IMinimalDistanceProvider {
+  long GetDistance(Place const& point) const override {
+    data->AddPointToList({0, 0, 99});
+    return point.x == 3 ? 6 : 5;
+  }
+  StartPointDataPerSlice* data = nullptr;
+};
+
 TEST(SharpestAngle, TakesTheFirstOfTheSharpestButNoFullReversal) {
   constexpr long kFar = 1'000'000'000;
   M2DSliceContourLayer layer;
@@ -98,6 +107,8 @@ TEST(SharpestAngle, TakesTheFirstOfTheSharpestButNoFullReversal) {
       {{{50, 0}, {50, 50}, {0, 0}, {100, 0}}, 1},         // (100, 0) is a full reversal
       {{{0, 0}, {kFar, 0}, {0, 1}}, 1},                   // by rounding, to the left
       {{{0, 0}, {kFar, 0}, {0, -1}}, 2},                  // and to the right
+      {{{0, 0}, {2, 3}, {0, 0}, {40, 0}, {40, -40}}, 1},  // the cosine is a bit less than -1
+      {{{0, 0}, {1, 1}, {0, 0}, {40, 0}, {40, -40}}, 1},  // and a bit more
   };
   for (auto const& [points, chosen] : cases) {
     M2DSliceContour const& contour = AddContour(layer, points);
@@ -112,7 +123,9 @@ TEST(RepeatAfter, StepsEvenlyAndRepeats) {
   for (unsigned long index = 0; index < 6; ++index) chosen.push_back(Chosen(contour, Repeat(index, 4)));
   EXPECT_THAT(chosen, ElementsAre(0, 2, 4, 6, 0, 2)) << "10 / 4 is 2";
   EXPECT_EQ(Chosen(contour, Repeat(5, 11)), 0);
-  EXPECT_EQ(Chosen(contour, Repeat(5, -3)), 0);
+  Repeat negative(5, -3);
+  EXPECT_EQ(Chosen(contour, negative), 0);
+  EXPECT_EQ(negative.GetRepeatCount(), -3);
   Repeat never(5, 0);
   EXPECT_EQ(Chosen(contour, never), 0);
   EXPECT_EQ(never.GetRepeatCount(), 1);
@@ -124,6 +137,7 @@ TEST(MetalStartingPoints, GroupsBeginApartAndOddTurnsPassTheirFirstSegmentTwice)
   M2DSliceContourLayer layer;
   M2DSliceContour& hops = AddContour(layer, {{0, 0}, {10, 0}, {30, 0}, {60, 0}, {100, 0}});  // and 100 back
   M2DSliceContour& diagonal = AddContour(layer, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}, {7, 7}});
+  M2DSliceContour& returning = AddContour(layer, {{0, 0}, {9, 0}, {9, 9}, {0, 0}});
   constexpr unsigned long kRounded = std::numeric_limits<long>::max();
   struct {
     M2DSliceContour& contour;
@@ -142,7 +156,9 @@ TEST(MetalStartingPoints, GroupsBeginApartAndOddTurnsPassTheirFirstSegmentTwice)
       {hops, 1, 3, 0, 100, 2, "then on backward"},
       {hops, 7, 0, 0, 1000, 3, "0 repeats are 1: 1 + 7 steps, turn 0"},
       {hops, 0, -2, 0, 0, 0, "a negative period has no groups"},
-      {hops, kRounded, 1L << 62, 0, 0, 0, "nor has a quotient that was rounded up"},
+      {hops, 12, 7, -3, 70, 0, "turn 5 and a border of -3: 40 + 100"},
+      {returning, 0, 4, 1, 30, 3, "30 is a round, and the last hop of it has no length"},
+      {diagonal, kRounded, 1L << 62, 0, 0, 0, "nor has a quotient that was rounded up"},
       {diagonal, 0, 1, 5, 1, 6, "hops of 1.4 count 1"},
   };
   for (auto const& [contour, index, repeat_count, border, step, chosen, why] : cases) {
@@ -220,12 +236,14 @@ TEST(ClosestAndClockwise, FirstOfEqualsAndStepsBetweenPlaces) {
   EXPECT_EQ(Chosen(contour, Closest(AddContour(layer, {{12, 5}}).GetFirstPoint())), 4);
   EXPECT_EQ(Chosen(contour, Closest(AddContour(layer, {{12, 4}}).GetFirstPoint())), 2) << "as close as 3 and 4";
   EXPECT_EQ(Chosen(contour, Closest(nullptr)), 0);
+  EXPECT_EQ(Chosen(AddContour(layer, {{5, 1}, {3, 4}}), Closest(contour.GetFirstPoint())), 1) << "5 is less than 5.1";
 
   EXPECT_EQ(Chosen(contour, Clockwise(0, true)), 0);
   EXPECT_EQ(Chosen(contour, Clockwise(2, true)), 4);
   EXPECT_EQ(Chosen(contour, Clockwise(3, false)), 3) << "the first of the two that the walk meets";
   contour.SetIsOuter(false);
   EXPECT_EQ(Chosen(contour, Clockwise(5, false)), 2) << "round and on";
+  EXPECT_EQ(Chosen(AddContour(layer, {{0, 0}, {9, 0}, {9, 9}, {0, 0}}), Clockwise(3, true)), 3) << "a round, no more";
 
   NextPointFunctorClock const functor(false);
   M2DSliceContourPoint const* const first = contour.GetFirstPoint();
@@ -269,6 +287,18 @@ TEST(StartPointData, ComparesWithinARegionOfAHeight) {
   constexpr long kFar = std::numeric_limits<long>::max();
   EXPECT_TRUE(data.IsPointValid({kFar, kFar, 1})) << "farther than a long";
   EXPECT_EQ(data.GetSumOfDistances({-kFar, kFar, 1}), kFar);
+}
+
+TEST(StartPointData, AsksTheProviderForTheTestedPointAndOutsideTheLock) {
+  auto const provider = std::make_shared<Inquisitive>();
+  StartPointDataPerSlice data(provider);
+  provider->data = &data;
+  for (long const x : {0, 3}) data.AddPointToList({x, 0, x});
+  EXPECT_FALSE(data.IsPointValid({3, 4, 0})) << "6 around this one";
+  EXPECT_TRUE(data.IsPointValid({0, 5, 3})) << "and 5 here";
+  StartPointDataPerSlice without(nullptr);
+  without.AddPointToList({0, 0, 1});
+  EXPECT_TRUE(without.IsPointValid({0, 0, 1}));
 }
 
 TEST(SetContourOptimalStartingPoint, TurnsTheRingAndLeavesOpenContoursOfALayer) {
