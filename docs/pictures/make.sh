@@ -44,3 +44,5 @@ prepare back --contours-to-vectors --vectors-to-contours
 draw distorted distorted.cli
 "$program" transform plate.cli -o rescaled.cli --rescale edge.csv --platform=-1,15,25,-1 --max-deviation 5um
 draw rescaled rescaled.cli
+
+"$program" areas islands.cli --layer 1 -o "$folder/areas.svg" --force > /dev/null

@@ -121,7 +121,7 @@ TEST(SvgTarget, LeavesHolesFreeByOnePathForContoursOfOneType) {
 }
 
 TEST(SvgTarget, MarksWhereContoursBeginAndWhichWayTheyRun) {
-  // A pixel is 1000 units, an arrow 8 pixels long and wide; the first one comes after 40 pixels.
+  // A pixel is 1000 units, an arrow 8 pixels long and wide; the first one comes after 40 pixels, or half way.
   M2DSlice slice(0);
   AddContour(*slice.GetBorderUpdate(), {{0, 0}, {50000, 0}}, false);
   AddContour(*slice.GetBorderUpdate(), {});
@@ -135,7 +135,7 @@ TEST(SvgTarget, MarksWhereContoursBeginAndWhichWayTheyRun) {
   std::string const svg = Draw(options, [&](SvgTarget& target) { target.AddSlice(slice); });
   EXPECT_EQ(FindXmlFault(svg), "");
   EXPECT_THAT(svg, HasSubstr("class=\"directions\" stroke=\"#222222\" d=\"\n"
-                             "M3.6 0.4L4.4 0 3.6 -0.4\n"
+                             "M2.1 0.4L2.9 0 2.1 -0.4\n"
                              "M9.4 -0.3L8.6 0.1 9.4 0.5\n\"/>"));
   EXPECT_THAT(svg, HasSubstr("class=\"starts\" stroke=\"#222222\" d=\"\nM0 0h0\"/>"));
   EXPECT_THAT(svg, HasSubstr("class=\"starts\" stroke=\"#222222\" d=\"\nM0 90h0\"/>"));

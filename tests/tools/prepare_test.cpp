@@ -3,8 +3,11 @@
 #include <SliceFormats/stack_document/StackDocumentTarget.h>
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <map>
+#include <thread>
 
 #include "support/RandomSlices.h"
 #include "tools/Program.h"
@@ -205,7 +208,7 @@ TEST_F(Prepare, ContoursBecomeVectorsAndComeBack) {
   EXPECT_THAT(
       TextsOf(back.GetBorder()),
       ElementsAre("General | open outer 1,3 2,4", "General | closed outer 600,0 605,0 605,5",
-                  "General | closed outer 0,0 400,0 400,300 0,300", "General | closed outer 50,50 50,90 90,90"));
+                  "General | closed outer 0,0 400,0 400,300 0,300", "General | closed inner 50,50 50,90 90,90"));
 }
 
 TEST_F(Prepare, EqualPointsGoWithoutARest) {
@@ -252,14 +255,38 @@ TEST_F(Prepare, SplitsIntoFilesThatHoldTheLayersOfTheirPart) {
 
   // A file that is there is not replaced unasked, and nothing else is left then.
   EXPECT_THAT(RunIntoTrouble({"prepare", "in.slicestack", "-o", "parts", "--split", "model"}), HasSubstr("--force"));
-  RunSilently(
-      {"prepare", "in.slicestack", "-o", "parts", "--split", "support", "--drop", "Other", "--to", "cli", "-q"});
+  RunSilently({"prepare", "in.slicestack", "-o", "parts", "--split", "support", "--drop", "Other", "--to", "cli", "-q",
+               "--force"});
   EXPECT_TRUE(Exists("parts/support.cli") && Exists("parts/part.cli"));
+  EXPECT_THAT(
+      RunIntoTrouble({"prepare", "in.slicestack", "-o", "new", "--split", "model", "--keep", "Fill Contour|Up"}),
+      HasSubstr("left to write"));
+  // The parts are of the input's format, whatever its name is.
+  std::filesystem::rename(GetWorkPath("in.slicestack"), GetWorkPath("in.data"));
+  RunSilently({"prepare", "in.data", "--from", "slicestack", "-o", "named", "--split", "support"});
+  EXPECT_TRUE(Exists("named/support.slicestack"));
+  std::filesystem::remove_all(GetWorkPath("named"));
+  std::filesystem::rename(GetWorkPath("in.data"), GetWorkPath("in.slicestack"));
   Write("file", "");
   EXPECT_THAT(RunIntoTrouble({"prepare", "in.slicestack", "-o", "file", "--split", "model"}), HasSubstr("folder"));
   EXPECT_THAT(RunIntoTrouble({"prepare", "in.slicestack", "-o", "new", "--split", "model", "--to", "cli", "--strict"}),
               HasSubstr("--strict"));
   EXPECT_THAT(GetFiles(), ElementsAre("file", "in.slicestack", "parts"));
+}
+
+TEST_F(Prepare, ASignalRemovesTheFolderAndTheFilesInTheMaking) {
+  std::vector<M2DSlice> layers;
+  for (long z = 1; z <= 4000; ++z) layers.push_back(MakeLayer(1000 * z));
+  WriteStack("in.slicestack", layers);
+  pid_t const process = Start({"prepare", "in.slicestack", "-o", "parts", "--split", "model", "--start", "sharpest"});
+  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!Exists("parts") && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  kill(process, SIGTERM);
+  EXPECT_EQ(Finish(process).exit_code, 143);
+  EXPECT_THAT(GetFiles(), ElementsAre("in.slicestack"));
 }
 
 TEST_F(Prepare, EveryKindOfStackGivesWhatStreamingGives) {
@@ -295,13 +322,13 @@ TEST_F(Prepare, WhatItCannotUseIsOneLineThatListsWhatThereIs) {
   EXPECT_THAT(trouble({"--set-flag", "IsSuport"}), AllOf(HasSubstr("'IsSupport'"), HasSubstr("IsRecoating")));
   EXPECT_THAT(trouble({"--set-flag", "IsSupport=2"}), HasSubstr("IsSupport=0"));
   EXPECT_THAT(trouble({"--set-index", "IndexModel"}), HasSubstr("IndexModel=3"));
-  EXPECT_THAT(trouble({"--set-index", "IndexModel=-1"}), HasSubstr("from 0 on"));
+  EXPECT_THAT(trouble({"--set-index", "IndexModel=-1"}), HasSubstr("from 0 to"));
   EXPECT_THAT(trouble({"--set-index", "Model=1"}), HasSubstr("IndexModel"));
   EXPECT_THAT(trouble({"--sort", "upwards"}), HasSubstr("laser-melting"));
   EXPECT_THAT(trouble({"--polylines", "-1"}), HasSubstr("below 0"));
   EXPECT_THAT(trouble({"--split", "type"}), HasSubstr("model or support"));
   EXPECT_THAT(trouble({"--start", "metal:2"}), HasSubstr("metal:N,STEP"));
-  EXPECT_THAT(trouble({"--start", "repeat:0"}), HasSubstr("from 1 on"));
+  EXPECT_THAT(trouble({"--start", "repeat:0"}), HasSubstr("from 1 to 1000000"));
   EXPECT_THAT(trouble({"--start", "top"}), HasSubstr("closest:X,Y"));
   EXPECT_THAT(trouble({"--contours-to-vectors=joined"}), HasSubstr("mark-inner"));
   EXPECT_THAT(trouble({"--contours-to-vectors=overlap:2.1"}), HasSubstr("2 mm at most"));

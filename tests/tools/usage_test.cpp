@@ -41,7 +41,7 @@ TEST_F(Usage, WordsThatMakeNoSenseAreOneLineWithAdvice) {
   auto const expect = [&](Arguments const& arguments, std::string const& line) {
     EXPECT_EQ(RunIntoTrouble(arguments), "slicedata: " + line + '\n');
   };
-  expect({}, "no command is given; give one of info, render, convert, transform, prepare, generate, or --help");
+  expect({}, "no command is given; give one of info, render, convert, transform, prepare, areas, generate, or --help");
   expect({"inof", "part.cli"}, "there is no command 'inof'; did you mean 'info'?");
   expect({"translate"}, "there is no command 'translate'; 'slicedata --help' tells what it takes");
   expect({"--quiet", "info", "part.cli"}, "there is no option '--quiet'; options follow the command");

@@ -10,6 +10,7 @@ void AddConvertCommand(Command& program);
 void AddRenderCommand(Command& program);
 void AddTransformCommand(Command& program);
 void AddPrepareCommand(Command& program);
+void AddAreasCommand(Command& program);
 void AddGenerateCommand(Command& program);
 
 }  // namespace Tool

@@ -49,6 +49,7 @@ std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin c
   options.first_layer = origin.first_layer;
   options.start_points = marks.start_points;
   options.directions = marks.directions;
+  options.colour_by_area = marks.areas;
   return std::make_unique<SliceFormats::SvgTarget>(path, options, report);
 }
 

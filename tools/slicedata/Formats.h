@@ -17,10 +17,11 @@ struct Origin {
   unsigned long first_layer;      ///< the number of the first slice there
 };
 
-/// What a picture shows beside the geometry.
+/// What a picture shows beside the geometry, and by which colours.
 struct PictureMarks {
   bool start_points = false;
   bool directions = false;
+  bool areas = false;  ///< colours tell areas apart instead of types
 };
 
 /// A kind of file that the program reads, writes or both.

@@ -1,14 +1,15 @@
-// The operations of 'prepare' that go by coordinates: starting points, contours and vectors, equal points.
+// The operations of 'prepare' that go by coordinates: starting points, directions, contours and vectors, equal
+// points.
 
 #include <SliceData/geometry/ContourStartingPointCalculators.h>
 #include <SliceData/geometry/ContourStartingPoints.h>
 #include <SliceData/geometry/ContourVectorConversion.h>
+#include <SliceData/geometry/OrientBorder.h>
 #include <SliceData/geometry/RemoveEqualPoints.h>
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/type_operations/ContourFilter.h>
 
 #include <boost/make_shared.hpp>
-#include <limits>
 #include <memory>
 #include <utility>
 
@@ -146,6 +147,19 @@ class ContourWithoutWay final : public IContourFilterObject {
   }
 };
 
+bool RunsClockwise(M2DSliceContour const& contour) {
+  double twice_the_area = 0;
+  M2DSliceContourPoint const* const first = contour.GetFirstPoint();
+  for (M2DSliceContourPoint const& point : contour.GetPoints()) {
+    // From the first point, so that the products stay small.
+    auto const x = static_cast<double>(point.x - first->x);
+    auto const y = static_cast<double>(point.y - first->y);
+    twice_the_area +=
+        x * static_cast<double>(point.next->y - first->y) - static_cast<double>(point.next->x - first->x) * y;
+  }
+  return twice_the_area < 0;
+}
+
 /// Lets each block take in those that follow it with an equal record.
 void JoinEqualBlocks(M2DSliceVectorLayer& layer) {
   for (M2DSliceVectorBlock& block : layer) {
@@ -211,7 +225,12 @@ PrepareStep ParseContoursToVectorsStep(std::string const& value) {
 PrepareStep MakeVectorsToContoursStep() {
   return {"turn vectors into contours", [](M2DSlice& slice, unsigned long) {
             auto vectors = slice.GetVectorsUpdate();
-            ConvertVectorsToContours(*vectors, *slice.GetBorderUpdate());
+            M2DSliceContourLayer converted;
+            ConvertVectorsToContours(*vectors, converted);
+            // Vectors do not tell holes, but the way they run does.
+            for (M2DSliceContour& contour : converted)
+              contour.SetIsOuter(!contour.GetIsClosed() || !RunsClockwise(contour));
+            slice.GetBorderUpdate()->Add(converted, true);
             vectors->Clear();
           }};
 }
@@ -231,6 +250,11 @@ PrepareStep MakeRemoveEqualPointsStep() {
               FilterContourLayer(*contours, without_way);
             }
           }};
+}
+
+PrepareStep MakeOrientStep() {
+  return {"orient contours by their nesting",
+          [](M2DSlice& slice, unsigned long) { OrientBorder(*slice.GetBorderUpdate()); }};
 }
 
 }  // namespace Tool

@@ -42,8 +42,7 @@ long ParseWhole(std::string_view text, long least, long most) {
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc() && end == text.data() + text.size() && number >= least && number <= most) return number;
   throw Trouble("", "'" + std::string(text) + "' is no number of this kind",
-                "give a whole number from " + std::to_string(least) + " on" +
-                    (most < std::numeric_limits<long>::max() ? ", up to " + std::to_string(most) : ""));
+                "give a whole number from " + std::to_string(least) + " to " + std::to_string(most));
 }
 
 long ParseLength(std::string_view text) {

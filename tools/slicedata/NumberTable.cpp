@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <system_error>
 
 #include "Length.h"
@@ -16,7 +17,7 @@ namespace {
 /// What a message can show of a text that may be anything.
 std::string Quote(std::string const& text) {
   constexpr std::size_t kMost = 60;
-  return "'" + (text.size() > kMost ? text.substr(0, kMost) + "..." : text) + "'";
+  return "'" + Printable(text.substr(0, kMost)) + (text.size() > kMost ? "..." : "") + "'";
 }
 
 }  // namespace
@@ -26,7 +27,7 @@ void ReadNumberTable(std::string const& path, std::size_t num_cells, std::string
   std::error_code ignored;
   auto const type = std::filesystem::status(path, ignored).type();
   if (type == std::filesystem::file_type::not_found) throw Trouble(path, "there is no such file", "check the name");
-  if (type == std::filesystem::file_type::directory) throw Trouble(path, "it is a directory", "name a table");
+  if (type != std::filesystem::file_type::regular) throw Trouble(path, "it is no regular file", "name a table");
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::system_error(errno, std::generic_category(), path + ": cannot be read");
 
@@ -34,10 +35,14 @@ void ReadNumberTable(std::string const& path, std::size_t num_cells, std::string
   bool is_empty = true;
   std::string line;
   for (unsigned long line_number = 1; std::getline(file, line); ++line_number) {
+    std::string const place = path + ": line " + std::to_string(line_number);
     auto const refuse = [&](std::string const& wrong) {
-      return Trouble(path + ": line " + std::to_string(line_number), wrong,
-                     "write " + std::to_string(num_cells) + " numbers with commas, like " + example);
+      return Trouble(place, wrong, "write " + std::to_string(num_cells) + " numbers with commas, like " + example);
     };
+    std::string const byte_order_mark = "\xEF\xBB\xBF";
+    if (line_number == 1 && line.compare(0, byte_order_mark.size(), byte_order_mark) == 0) {
+      line.erase(0, byte_order_mark.size());
+    }
     if (!line.empty() && line.back() == '\r') line.pop_back();
     if (TrimBlanks(line).empty()) continue;
     auto const cells = Split(line, ',');
@@ -48,7 +53,11 @@ void ReadNumberTable(std::string const& path, std::size_t num_cells, std::string
       if (!number) throw refuse(Quote(cell) + " is no number");
       numbers.push_back(*number);
     }
-    take(numbers);
+    try {
+      take(numbers);
+    } catch (Trouble const& trouble) {
+      throw std::runtime_error(place + ": " + trouble.what());
+    }
     is_empty = false;
   }
   if (file.bad()) throw std::system_error(errno, std::generic_category(), path + ": cannot be read");

@@ -80,24 +80,43 @@ void InputOptions::AddSelectionTo(Command& command) {
       [this](std::string const& value) { selection.AddHeights(value); }, Occurs::AnyNumber);
 }
 
+void InputOptions::AddLayerTo(Command& command) {
+  takes_one_layer = true;
+  auto const refuse_second = [this] {
+    if (!selection.IsEverything()) throw Trouble("", "the layer is chosen already", "give --layer or --z, once");
+  };
+  command.AddOption("--layer", "N", "the layer to look at, counted from 0, or last",
+                    [this, refuse_second](std::string const& value) {
+                      refuse_second();
+                      selection.AddLayers(value);
+                    });
+  command.AddOption("--z", "Z", "the same by height: the layer nearest to it",
+                    [this, refuse_second](std::string const& value) {
+                      refuse_second();
+                      selection.AddHeights(value);
+                    });
+}
+
 void OutputOptions::AddTo(Command& command) {
-  _AddTo(command, Join(GetWriteFormatNames(), ", ") +
-                      "; cli, also by the name .cli, keeps the form of a CLI input and is binary otherwise");
+  _AddTo(command,
+         Join(GetWriteFormatNames(), ", ") +
+             "; cli, also by the name .cli, keeps the form of a CLI input and is binary otherwise",
+         Occurs::Once);
   command.AddFlag("--strict", "refuse to write a file that does not keep everything", [this] { strict = true; });
 }
 
-void OutputOptions::AddPictureTo(Command& command) {
+void OutputOptions::AddPictureTo(Command& command, Occurs occurs) {
   shows_only = true;
-  _AddTo(command, "svg");
+  _AddTo(command, "svg", occurs);
   command.AddFlag("--start-points", "mark where each contour begins", [this] { marks.start_points = true; });
   command.AddFlag("--directions", "show by arrow heads which way contours and vectors run",
                   [this] { marks.directions = true; });
 }
 
-void OutputOptions::_AddTo(Command& command, std::string const& formats) {
+void OutputOptions::_AddTo(Command& command, std::string const& formats, Occurs occurs) {
   command.BeginGroup("Output");
   command.AddOption("-o,--output", "OUT", "the file to write; it appears under its name only when it is whole",
-                    Into(path), Occurs::Once);
+                    Into(path), occurs);
   command.AddOption("--to", "FORMAT", "what to write, if the name does not tell: " + formats, Into(to));
   command.AddFlag("--force", "replace a file that is there", [this] { force = true; });
 }

@@ -31,9 +31,12 @@ struct InputOptions {
   LayerSelection selection;
   std::optional<e2DSliceStackCachingType> paging;  ///< the kind of stack to work over; none: slice by slice
   std::string scratch_dir;                         ///< where such a stack pages to, or empty
+  bool takes_one_layer = false;                    ///< which the selection has to choose
 
   void AddTo(Command& command, std::string const& value_name);
   void AddSelectionTo(Command& command);
+  /// For a command that looks at one layer: --layer or --z.
+  void AddLayerTo(Command& command);
 };
 
 /// A file that is written.
@@ -48,10 +51,10 @@ struct OutputOptions {
 
   void AddTo(Command& command);
   /// For a command that makes pictures.
-  void AddPictureTo(Command& command);
+  void AddPictureTo(Command& command, Occurs occurs = Occurs::Once);
 
  private:
-  void _AddTo(Command& command, std::string const& formats);
+  void _AddTo(Command& command, std::string const& formats, Occurs occurs);
 };
 
 /// What takes a value into a string, unless it is empty.

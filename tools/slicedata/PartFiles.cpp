@@ -2,19 +2,31 @@
 
 #include <SliceData/slice_model/M2DSlice.h>
 
+#include <atomic>
+#include <unistd.h>
+
 #include "Trouble.h"
 
 namespace Tool {
 
 namespace {
 
+/// The folder that this process has made, for a signal handler.
+std::atomic<char const*> g_made_folder{nullptr};
+
 /// Makes the folder; false if it is there already.
-bool MakeFolder(std::string const& path) {
+bool MakeFolder(OutputOptions const& options) {
+  std::string const& path = options.path;
+  g_made_folder = path.c_str();  // before it is there: a signal may come in between
   std::error_code error;
   bool const is_made = std::filesystem::create_directory(path, error);
+  if (!is_made) g_made_folder = nullptr;
   if (error || !std::filesystem::is_directory(path, error)) {
     throw Trouble(path, "it cannot be used as a folder" + (error ? ": " + error.message() : std::string()),
                   "give -o the name of a folder, in one that is there");
+  }
+  if (!options.force && !std::filesystem::is_empty(path)) {
+    throw Trouble(path, "there is something in it already", "name another folder, or give --force to write into it");
   }
   return is_made;
 }
@@ -22,12 +34,13 @@ bool MakeFolder(std::string const& path) {
 }  // namespace
 
 PartFiles::PartFiles(Input const& input, Format const& format, OutputOptions const& options)
-    : m_input(input), m_format(format), m_options(options), m_owns_folder(MakeFolder(options.path)) {}
+    : m_input(input), m_format(format), m_options(options), m_owns_folder(MakeFolder(options)) {}
 
 PartFiles::~PartFiles() {
   m_parts.clear();
   std::error_code ignored;
   if (m_owns_folder) std::filesystem::remove(m_options.path, ignored);  // only if it is empty
+  g_made_folder = nullptr;
 }
 
 void PartFiles::BeginLayer(M2DSliceZArea const& z_area) {
@@ -46,11 +59,16 @@ void PartFiles::Add(std::string const& name, M2DSlice& slice) {
 }
 
 void PartFiles::Finish() {
+  if (m_parts.empty()) throw Trouble(m_input.GetName(), "no layer has anything left to write", "check the operations");
   for (auto& [name, part] : m_parts) part.output.Finish();
 }
 
 void PartFiles::Tell(TalkOptions const& talk) const {
   for (auto const& [name, part] : m_parts) part.output.Tell(talk);
+}
+
+void PartFiles::RemoveFolderFromSignalHandler() noexcept {
+  if (char const* const path = g_made_folder.load()) ::rmdir(path);
 }
 
 PartFiles::Part& PartFiles::_GetPart(std::string const& name) {

@@ -9,13 +9,14 @@
 
 namespace Tool {
 
-/// A folder with one file for each part that layers are divided into.
+/// A folder with one file for each part that layers are divided into. There is one object at a time.
 ///
 /// A file holds the layers from the first to the last in which its part has anything; those between that have nothing
 /// of it are empty ones.
 class PartFiles {
  public:
-  /// \param options  where and how the files are written; the path is that of the folder, which is made if need be
+  /// \param options  where and how the files are written; the path is that of the folder, which is made if need be. One
+  ///                 that holds something is refused without `force`.
   PartFiles(Input const& input, Format const& format, OutputOptions const& options);
   /// Without `Finish` no file is left, nor a folder that was made for them.
   ~PartFiles();
@@ -28,8 +29,13 @@ class PartFiles {
   /// \param name  of the part, which becomes that of its file
   void Add(std::string const& name, M2DSlice& slice);
 
+  /// Finishes the files one after the other: if one fails, those before it are there. Throws `Trouble` if there is
+  /// none.
   void Finish();
   void Tell(TalkOptions const& talk) const;
+
+  /// Removes a folder that was made, if it is empty.
+  static void RemoveFolderFromSignalHandler() noexcept;
 
  private:
   struct Part {

@@ -49,7 +49,8 @@ auto NamingFile(std::string const& path, Function&& read) {
   }
 }
 
-std::unique_ptr<ISource2DSlices const> OpenFile(InputOptions const& options, SliceFormats::FormatReport* report) {
+/// The format of a file that can be opened.
+Format const& FindFormat(InputOptions const& options) {
   // What cannot be looked at is left to the format, which says why.
   std::error_code ignored;
   auto const type = std::filesystem::status(options.path, ignored).type();
@@ -59,8 +60,7 @@ std::unique_ptr<ISource2DSlices const> OpenFile(InputOptions const& options, Sli
   if (type == std::filesystem::file_type::directory) {
     throw Trouble(options.path, "it is a directory", "name a slice file");
   }
-  Format const& format = FindReadFormat(options.path, options.from);
-  return NamingFile(options.path, [&] { return format.open_source(options.path, report); });
+  return FindReadFormat(options.path, options.from);
 }
 
 /// Properties of a source, the thickness of a layer among them as a stack has it.
@@ -91,9 +91,17 @@ std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOpt
 Input::Input(InputOptions const& options)
     : m_name(options.path),
       m_title(std::filesystem::path(options.path).filename().string()),
-      m_file(OpenFile(options, &m_report)) {
+      m_format(&FindFormat(options)),
+      m_file(NamingFile(m_name, [&] { return m_format->open_source(m_name, &m_report); })) {
+  if (options.takes_one_layer && options.selection.IsEverything()) {
+    throw Trouble(m_name, "no layer is chosen", "give --layer with its number or --z with its height");
+  }
   if (!options.selection.IsEverything()) {
     m_layers = options.selection.Select(*m_file, m_name);
+    if (options.takes_one_layer && m_layers.size() != 1) {
+      throw Trouble(m_name, Count(m_layers.size(), "layer") + " are chosen, and this command looks at one",
+                    "choose one; 'slicedata convert' to .svg draws several");
+    }
     m_selected = std::make_unique<SelectedSource>(*m_file, m_layers);
   }
   if (options.paging) {
@@ -204,6 +212,9 @@ void CheckOutputPath(std::string const& path, OutputOptions const& options) {
 
 Format const& CheckOutput(OutputOptions const& options) {
   Format const& format = FindWriteFormat(options.path, options.to);
+  if (options.shows_only && !format.is_picture) {
+    throw Trouble(options.path, "this is no format of pictures", "name it .svg, or give --to svg");
+  }
   CheckOutputPath(options.path, options);
   return format;
 }

@@ -27,6 +27,8 @@ class Input {
   Input& operator=(Input const&) = delete;
 
   std::string const& GetName() const { return m_name; }
+  /// What the file is. Not for an input without a file.
+  Format const& GetFormat() const { return *m_format; }
   /// The selected slices.
   ISource2DSlices const& GetSource() const;
   /// The stack that holds them, or null if they are read as they are asked for.
@@ -40,6 +42,7 @@ class Input {
   std::string m_name;
   SliceFormats::FormatReport m_report;
   std::string m_title;
+  Format const* m_format = nullptr;     ///< null without a file
   std::vector<unsigned long> m_layers;  ///< the selected ones; none if all are
   std::unique_ptr<ISource2DSlices const> m_file;
   std::unique_ptr<ISource2DSlices const> m_selected;  ///< null for all

@@ -1,9 +1,11 @@
 #include <SliceData/type_operations/Split.h>
 #include <SliceData/type_operations/VectorTypeFilterRange.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -25,21 +27,22 @@ struct PrepareOptions {
   OutputOptions output;
   TalkOptions talk;
   std::vector<PrepareStep> steps;
-  std::vector<TypePattern> kept;  ///< of the last step, if that keeps types
   Division division = Division::None;
-  std::size_t num_steps_before = 0;  ///< that come before the division
+  std::vector<PrepareStep> steps_on_parts;  ///< that come after the division
+  std::vector<TypePattern> kept;            ///< of the last step, if that keeps types
 
   void Add(PrepareStep step) {
-    steps.push_back(std::move(step));
+    _GetSteps().push_back(std::move(step));
     kept.clear();
   }
 
   /// Lists may be given in pieces, one after the other.
   void AddKept(std::string const& list) {
-    auto patterns = kept;
-    bool const goes_on = !patterns.empty();
-    for (TypePattern const& pattern : ParseTypePatterns(list)) patterns.push_back(pattern);
-    if (goes_on) steps.pop_back();
+    auto patterns = ParseTypePatterns(list);
+    if (!kept.empty()) {
+      patterns.insert(patterns.begin(), kept.begin(), kept.end());
+      _GetSteps().pop_back();
+    }
     Add(MakeKeepStep(patterns));
     kept = std::move(patterns);
   }
@@ -49,9 +52,11 @@ struct PrepareOptions {
       throw Trouble("", "'" + value + "' is nothing to split by", "give model or support");
     }
     division = value == "model" ? Division::ByModel : Division::BySupport;
-    num_steps_before = steps.size();
     kept.clear();
   }
+
+ private:
+  std::vector<PrepareStep>& _GetSteps() { return division == Division::None ? steps : steps_on_parts; }
 };
 
 /// The models in a layer, in ascending order. Their indices may lie far apart, so they are numbered by the layer.
@@ -101,25 +106,35 @@ std::vector<std::string> Divide(M2DSlice& slice, std::vector<M2DSlice>& parts, D
   return models.GetNames();
 }
 
+void Run(std::vector<PrepareStep> const& steps, M2DSlice& slice, unsigned long layer) {
+  for (PrepareStep const& step : steps) step.run(slice, layer);
+}
+
 void WriteParts(Input const& input, PrepareOptions const& options) {
-  Format const& format = FindWriteFormat(options.input.path, options.output.to);
-  PartFiles files(input, format, options.output);
-  auto const run = [&](std::size_t first, std::size_t last, M2DSlice& slice, unsigned long layer) {
-    for (; first < last; ++first) options.steps[first].run(slice, layer);
-  };
+  std::string const& to = options.output.to;
+  PartFiles files(input, to.empty() ? input.GetFormat() : FindWriteFormat("", to), options.output);
   ForEachSlice(input, options.talk, [&](M2DSlice& slice, unsigned long layer) {
     files.BeginLayer(slice.GetZArea());
-    run(0, options.num_steps_before, slice, layer);
+    Run(options.steps, slice, layer);
     std::vector<M2DSlice> parts;
     auto const names = Divide(slice, parts, options.division);
     for (std::size_t i = 0; i < parts.size(); ++i) {
-      run(options.num_steps_before, options.steps.size(), parts[i], layer);
+      Run(options.steps_on_parts, parts[i], layer);
       if (HasElements(parts[i])) files.Add(names[i], parts[i]);
     }
   });
   files.Finish();
   TellSkipped(input, options.talk);
   files.Tell(options.talk);
+}
+
+void TellSteps(PrepareOptions const& options) {
+  auto const tell = [&](std::string const& description) { TellNote(options.input.path + ": " + description); };
+  for (PrepareStep const& step : options.steps) tell(step.description);
+  if (options.division != Division::None) {
+    tell(options.division == Division::ByModel ? "split by model" : "split by support");
+  }
+  for (PrepareStep const& step : options.steps_on_parts) tell(step.description);
 }
 
 int RunPrepare(PrepareOptions const& options) {
@@ -129,20 +144,12 @@ int RunPrepare(PrepareOptions const& options) {
   }
   Format const* const format = divides ? nullptr : &CheckOutput(options.output);
   Input const input(options.input);
-  if (options.talk.verbose && !options.talk.quiet) {
-    for (std::size_t i = 0; i <= options.steps.size(); ++i) {
-      if (divides && i == options.num_steps_before) {
-        TellNote(options.input.path + ": split by " + (options.division == Division::ByModel ? "model" : "support"));
-      }
-      if (i < options.steps.size()) TellNote(options.input.path + ": " + options.steps[i].description);
-    }
-  }
+  if (options.talk.verbose && !options.talk.quiet) TellSteps(options);
   if (divides) {
     WriteParts(input, options);
   } else {
-    WriteSlices(input, *format, options.output, options.talk, [&](M2DSlice& slice, unsigned long layer) {
-      for (PrepareStep const& step : options.steps) step.run(slice, layer);
-    });
+    WriteSlices(input, *format, options.output, options.talk,
+                [&](M2DSlice& slice, unsigned long layer) { Run(options.steps, slice, layer); });
   }
   return 0;
 }
@@ -188,14 +195,20 @@ void AddPrepareCommand(Command& program) {
       "layer, where it can be), closest:X,Y (nearest to a place), clockwise:N (N points on) or angle:DEG "
       "(outermost on that side: 0 is low y, 90 high x)",
       ParseStartStep);
-  command.AddFlagWithValue(
-      "--contours-to-vectors", "[=HOW,...]",
-      "turn contours into vectors. overlap:LEN lets closed ones go on over their beginning, or stop short of it if it "
-      "is negative (2 mm at most); separate makes a block for each; mark-inner sets IsInnerContour for inner ones",
-      [options](std::string const& value) { options->Add(ParseContoursToVectorsStep(value)); });
+  command.AddFlagWithValue("--contours-to-vectors", "[=HOW,...]",
+                           "turn contours into vectors; neighbouring ones of one type become one block. overlap:LEN "
+                           "lets closed ones go on over their beginning, or stop short of it if it "
+                           "is negative (2 mm at most; shorter ones vanish); separate makes a block for each; "
+                           "mark-inner sets IsInnerContour for inner ones",
+                           [options](std::string const& value) { options->Add(ParseContoursToVectorsStep(value)); });
   command.AddFlag("--vectors-to-contours",
                   "turn vectors that touch end to start into contours, closed where they can be",
                   [options] { options->Add(MakeVectorsToContoursStep()); });
+  command.AddFlag(
+      "--orient",
+      "let closed contours that lie within an even number of others run counter-clockwise and be outer ones, "
+      "and the others clockwise and inner ones",
+      [options] { options->Add(MakeOrientStep()); });
   command.AddFlag("--remove-equal-points",
                   "remove points of contours that repeat the one before, and contours of one place",
                   [options] { options->Add(MakeRemoveEqualPointsStep()); });
@@ -213,7 +226,8 @@ void AddPrepareCommand(Command& program) {
       "\"Blocked Path\", Recoating, AdditionalVolume. An unknown name is answered by the list of the known ones.");
   command.AddHelp(
       "A file of --split holds the layers from the first to the last in which its part has anything. Its name is "
-      "model-N, no-model, support or part, its format that of the input unless --to names another.");
+      "model-N, no-model, support or part, its format that of the input unless --to names another. With --force, files "
+      "in the folder are replaced, and others stay.");
   command.AddHelp("Lengths are in mm; 30um and 0.03mm are understood, too. Layers are streamed, one in memory.");
   command.AddExample("slicedata prepare part.cli -o hatch.cli --keep \"Volume Hatch\" --sort left-to-right",
                      "the hatch alone, from left to right");

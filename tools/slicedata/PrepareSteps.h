@@ -18,6 +18,7 @@ struct PrepareStep {
 
 // What the values of the options stand for. All throw `Trouble` for one they cannot use.
 
+// By type record; in TypeSteps.cpp.
 PrepareStep MakeKeepStep(std::vector<TypePattern> const& patterns);
 PrepareStep MakeDropStep(std::vector<TypePattern> const& patterns);
 PrepareStep ParseSupportStep(std::string const& value);
@@ -26,10 +27,13 @@ PrepareStep ParseSetFlagStep(std::string const& value);
 PrepareStep ParseSetIndexStep(std::string const& value);
 PrepareStep ParseSortStep(std::string const& value);
 PrepareStep ParsePolylinesStep(std::string const& value);
+
+// By coordinates; in GeometrySteps.cpp.
 PrepareStep ParseStartStep(std::string const& value);
 /// \param value  a list of options, may be empty
 PrepareStep ParseContoursToVectorsStep(std::string const& value);
 PrepareStep MakeVectorsToContoursStep();
 PrepareStep MakeRemoveEqualPointsStep();
+PrepareStep MakeOrientStep();
 
 }  // namespace Tool

@@ -1,11 +1,8 @@
-#include <SliceData/slice_stack/ISource2DSlices.h>
-
 #include <memory>
 #include <string>
 
 #include "Commands.h"
 #include "Pipeline.h"
-#include "Trouble.h"
 
 namespace Tool {
 
@@ -15,22 +12,11 @@ struct RenderOptions {
   InputOptions input;
   OutputOptions output;
   TalkOptions talk;
-  bool has_layer = false;
 };
 
 int RunRender(RenderOptions const& options) {
   Format const& format = CheckOutput(options.output);
-  if (!format.is_picture) {
-    throw Trouble(options.output.path, "this is no format of pictures", "name it .svg, or give --to svg");
-  }
-  if (options.input.selection.IsEverything()) {
-    throw Trouble("render", "the layer is missing", "give --layer with its number or --z with its height");
-  }
   Input const input(options.input);
-  if (unsigned long const count = input.GetSource().GetNumSlices(); count != 1) {
-    throw Trouble(options.input.path, std::to_string(count) + " layers are chosen, and a picture shows one",
-                  "choose one, or draw several by 'slicedata convert' to .svg");
-  }
   WriteSlices(input, format, options.output, options.talk);
   return 0;
 }
@@ -41,18 +27,7 @@ void AddRenderCommand(Command& program) {
   Command& command = program.AddCommand("render", "draws one layer as a picture");
   auto const options = std::make_shared<RenderOptions>();
   options->input.AddTo(command, "FILE");
-  auto const refuse_second = [options] {
-    if (!options->input.selection.IsEverything())
-      throw Trouble("", "the layer is chosen already", "give --layer or --z, once");
-  };
-  command.AddOption("--layer", "N", "the layer to draw, counted from 0, or last", [=](std::string const& value) {
-    refuse_second();
-    options->input.selection.AddLayers(value);
-  });
-  command.AddOption("--z", "Z", "the same by height: the layer nearest to it", [=](std::string const& value) {
-    refuse_second();
-    options->input.selection.AddHeights(value);
-  });
+  options->input.AddLayerTo(command);
   options->output.AddPictureTo(command);
   options->talk.AddTo(command);
   command.AddHelp(

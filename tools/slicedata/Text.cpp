@@ -113,9 +113,9 @@ std::string Count(unsigned long count, std::string const& singular) {
 }
 
 std::string TrimBlanks(std::string const& text) {
-  auto const first = text.find_first_not_of(' ');
+  auto const first = text.find_first_not_of(" \t");
   if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 std::vector<std::string> Split(std::string_view text, char separator) {

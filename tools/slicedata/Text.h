@@ -16,7 +16,7 @@ std::string JsonString(std::string_view text);
 /// "1 layer", "2 layers".
 std::string Count(unsigned long count, std::string const& singular);
 
-/// The text without the blanks around it.
+/// The text without the blanks and tabs around it.
 std::string TrimBlanks(std::string const& text);
 
 /// The pieces between separators; one piece more than there are separators.

@@ -6,7 +6,9 @@
 #include <SliceData/platform/units/MUnit.h>
 #include <SliceData/slice_model/M2DSlice.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -47,12 +49,18 @@ struct Step {
   bool mirrors = false;
 };
 
+/// A scale of heights, likewise.
+struct ZStep {
+  std::string description;
+  M2DSliceZScale scale;
+};
+
 struct MappingOptions {
   InputOptions input;
   OutputOptions output;
   TalkOptions talk;
   std::vector<Step> steps;
-  std::vector<M2DSliceZScale> z_scales;
+  std::vector<ZStep> z_steps;
   std::vector<std::shared_ptr<TransformationRescale>> rescales;  ///< among the steps; they wait for the platform
   std::optional<Platform> platform;
   TransformOptions refinement;
@@ -119,19 +127,31 @@ Step ParseMatrix(std::string const& value) {
                   matrix);
 }
 
-void RefuseIfTooFar(std::string const& path, double length) {
+void RefuseIfTooFar(double length) {
   if (std::fabs(length) <= kFarthest) return;
-  throw Trouble(path, FormatNumber(length / static_cast<double>(MUnit::GetIE())) + " mm is too far",
-                "stay within 214 m");
+  throw Trouble("", FormatNumber(length / static_cast<double>(MUnit::GetIE())) + " mm is too far", "stay within 214 m");
 }
 
 Step ReadDistortion(std::string const& path) {
   DistortionTable<double> table;
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  double min_x = kInfinity;
+  double max_x = -kInfinity;
+  double min_y = kInfinity;
+  double max_y = -kInfinity;
   ReadNumberTable(path, 4, "0,0,0,150 (x, y and the position that replaces them)",
                   [&](std::vector<double> const& sample) {
-                    for (double const coordinate : sample) RefuseIfTooFar(path, coordinate);
+                    for (double const coordinate : sample) RefuseIfTooFar(coordinate);
                     table.Add(sample[0], sample[1], sample[2], sample[3]);
+                    min_x = std::min(min_x, sample[0]);
+                    max_x = std::max(max_x, sample[0]);
+                    min_y = std::min(min_y, sample[1]);
+                    max_y = std::max(max_y, sample[1]);
                   });
+  if (min_x == max_x || min_y == max_y) {
+    throw Trouble(path, "its samples lie on one line, which everything would be mapped to",
+                  "give samples on a grid of 2 by 2 or more");
+  }
   auto mapping = std::make_shared<TransformationDistortion>();
   mapping->SetLookupTable(std::move(table));
   return {"distort by " + path, std::move(mapping)};
@@ -143,7 +163,9 @@ RescaleLookupTable<Key, double> ReadFactors(std::string const& path, std::string
   RescaleLookupTable<Key, double> factors;
   ReadNumberTable(path, 2, example, [&](std::vector<double> const& entry) {
     double const length = entry[0] * static_cast<double>(MUnit::GetIE());
-    RefuseIfTooFar(path, length);
+    RefuseIfTooFar(length);
+    if (!(entry[1] > 0))
+      throw Trouble("", "the factor " + FormatNumber(entry[1]) + " is not above 0", "give a positive one");
     if constexpr (std::is_same_v<Key, long>) {
       factors.Add(std::lround(length), entry[1]);
     } else {
@@ -202,13 +224,14 @@ long ParseMaxDeviation(std::string const& value) {
 class Mapper {
  public:
   explicit Mapper(MappingOptions const& options) : m_options(options) {
-    for (Step step : options.steps) {
-      m_mapping.AddTransformation(step.mapping);
+    for (Step const& step : options.steps) {
+      auto mapping = step.mapping;
+      m_mapping.AddTransformation(mapping);
       m_mirrors ^= step.mirrors;
     }
   }
 
-  void Map(M2DSlice& slice) const {
+  void Map(M2DSlice& slice) {
     try {
       _MapPlane(slice);
     } catch (std::out_of_range const&) {
@@ -222,7 +245,7 @@ class Mapper {
       throw Trouble(m_options.input.path, _Describe(slice) + " would lie beyond 214 m",
                     "check the units of the mappings");
     }
-    for (M2DSliceZScale const& scale : m_options.z_scales) slice.SetZArea(Scale(slice.GetZArea(), scale));
+    if (!m_options.z_steps.empty()) _MapHeight(slice);
   }
 
  private:
@@ -247,13 +270,27 @@ class Mapper {
     }
   }
 
+  void _MapHeight(M2DSlice& slice) {
+    std::string const layer = _Describe(slice);
+    for (ZStep const& step : m_options.z_steps) slice.SetZArea(Scale(slice.GetZArea(), step.scale));
+    long const z = slice.GetZArea().GetZ();
+    if (std::labs(z) > kFarthest)
+      throw Trouble(m_options.input.path, layer + " would lie beyond 214 m", "check the factors of --z-scale");
+    if (m_last_z && z <= *m_last_z) {
+      throw Trouble(m_options.input.path, layer + " would not lie above the one before",
+                    "check the factors of --z-scale");
+    }
+    m_last_z = z;
+  }
+
   MappingOptions const& m_options;
   TransformationVector m_mapping;
   bool m_mirrors = false;
+  std::optional<long> m_last_z;  ///< where the layer before has gone
 };
 
 int RunTransform(MappingOptions const& options) {
-  if (options.steps.empty() && options.z_scales.empty()) {
+  if (options.steps.empty() && options.z_steps.empty()) {
     throw Trouble("transform", "there is nothing to do", "give one of its mappings, or use 'slicedata convert'");
   }
   if (options.rescales.empty() == options.platform.has_value()) {
@@ -264,8 +301,9 @@ int RunTransform(MappingOptions const& options) {
   Input const input(options.input);
   if (options.talk.verbose && !options.talk.quiet) {
     for (Step const& step : options.steps) TellNote(options.input.path + ": " + step.description);
+    for (ZStep const& step : options.z_steps) TellNote(options.input.path + ": " + step.description);
   }
-  Mapper const mapper(options);
+  Mapper mapper(options);
   WriteSlices(input, format, options.output, options.talk, [&](M2DSlice& slice, unsigned long) { mapper.Map(slice); });
   return 0;
 }
@@ -313,7 +351,7 @@ void AddTransformCommand(Command& program) {
       "--z-scale", "FILE",
       "scale heights, by a factor for the height. A line of the file is a height in mm and a factor",
       [options](std::string const& value) {
-        options->z_scales.push_back(ReadZScale(value));
+        options->z_steps.push_back({"scale heights by " + value, ReadZScale(value)});
         options->output.keeps_thickness = false;
       },
       Occurs::AnyNumber);

@@ -1,4 +1,4 @@
-#include "PrepareSteps.h"
+// The operations of 'prepare' that go by type record.
 
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/type_operations/ElementQueries.h>
@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "Length.h"
+#include "PrepareSteps.h"
 #include "Text.h"
 #include "Trouble.h"
 

@@ -15,6 +15,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Console.h"
+#include "PartFiles.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ constexpr int kExitTrouble = 2;
 extern "C" void EndOnSignal(int signal) {
   MPendingFile::RemoveAllPendingFromSignalHandler();
   VelSDK::FileIO::FileSystem::TemporaryDirectory::RemoveAllFromSignalHandler();
+  Tool::PartFiles::RemoveFolderFromSignalHandler();
   _exit(128 + signal);
 }
 
@@ -73,12 +75,13 @@ int Run(int argc, char const* const* argv) {
   Tool::AddConvertCommand(program);
   Tool::AddTransformCommand(program);
   Tool::AddPrepareCommand(program);
+  Tool::AddAreasCommand(program);
   Tool::AddGenerateCommand(program);
   program.AddHelp(
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
       "from its name: .cli (Common Layer Interface), .slicestack (a stack document, our own), .svg (a "
       "picture, written only).");
-  program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 130 and 143 stopped by a signal.");
+  program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 129, 130 and 143 stopped by a signal.");
   program.AddHelp("'slicedata COMMAND --help' tells all about a command.");
   program.AddExample("slicedata generate lattice -o lattice.cli", "makes a sample to try things on");
   program.AddExample("slicedata info lattice.cli", "tells what is in it");

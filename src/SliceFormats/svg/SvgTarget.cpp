@@ -6,8 +6,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -45,6 +48,11 @@ char const* GetColour(TypeKey const& type) {
   std::uint32_t hash = 2166136261u;  // FNV-1a: the same name has the same colour in every process
   for (char const c : type.name) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
   return kFurtherColours[hash % kFurtherColours.size()];
+}
+
+/// Neighbouring areas differ; the grey of `General` is none of their colours.
+char const* GetColourOfArea(long area) {
+  return kTypeColours[1 + static_cast<unsigned long>(area) % (kTypeColours.size() - 1)];
 }
 
 /// Writes units as millimetres with as few decimals as are exact. Takes 24 characters at most.
@@ -167,9 +175,10 @@ class SvgDrawing final : public FileWriting {
     double drawing_bottom = 0;
   };
 
-  /// A type that occurs, and how often.
+  /// A type that occurs, or an area of a type, and how often.
   struct Entry {
     TypeKey const* type;
+    long area;  ///< negative for none
     unsigned long contours = 0;
     unsigned long vectors = 0;
     unsigned long points = 0;
@@ -182,6 +191,7 @@ class SvgDrawing final : public FileWriting {
   static constexpr double kTitleHeight = 36;
   static constexpr double kScaleBarHeight = 40;
   static constexpr double kRowHeight = 22;
+  static constexpr std::size_t kMaxRows = 40;  ///< of the legend
   static constexpr double kArrowLength = 8;
   static constexpr double kArrowDistance = 80;  ///< along a contour
 
@@ -215,16 +225,21 @@ class SvgDrawing final : public FileWriting {
            "}\n.directions {stroke-width: " + width(1) + "}\n.starts {stroke-width: " + width(6) + "}\n";
   }
 
-  Entry& _GetEntry(M2DSliceVectorTypeInfo const& record) {
+  /// The place of the entry for a record, which is made if need be.
+  std::size_t _FindEntry(M2DSliceVectorTypeInfo const& record) {
     _NoteIf(!record.GetIndices().empty() || !record.GetFlags().empty() || !record.GetNumbers().empty(),
             "indices, flags and numbers of type records were left out of the picture");
     TypeKey const* const type = &record.GetType();
-    if (m_last_entry < m_entries.size() && m_entries[m_last_entry].type == type) return m_entries[m_last_entry];
-    auto const found =
-        std::find_if(m_entries.begin(), m_entries.end(), [&](Entry const& entry) { return entry.type == type; });
-    m_last_entry = static_cast<std::size_t>(found - m_entries.begin());
-    if (found == m_entries.end()) m_entries.push_back(Entry{type});
-    return m_entries[m_last_entry];
+    long const area = m_options.colour_by_area ? record.GetIndex(e2DSliceVectorTypeIndex::IndexArea) : -1;
+    if (m_last_entry < m_entries.size() && m_entries[m_last_entry].type == type && m_entries[m_last_entry].area == area)
+      return m_last_entry;
+    auto const [found, is_new] = m_places.try_emplace({type, area}, m_entries.size());
+    if (is_new) m_entries.push_back(Entry{type, area});
+    return m_last_entry = found->second;
+  }
+
+  static char const* _GetColour(Entry const& entry) {
+    return entry.area < 0 ? GetColour(*entry.type) : GetColourOfArea(entry.area);
   }
 
   void _Add(M2DSlice const& slice) override {
@@ -267,19 +282,20 @@ class SvgDrawing final : public FileWriting {
 
   /// Contours of one type that follow each other make one path, so that holes stay free.
   void _DrawContours(M2DSliceContourLayer const& layer, std::string_view kind, unsigned long Entry::*count) {
-    TypeKey const* type = nullptr;
+    std::optional<std::size_t> place_of_path;
     bool closed = false;
     for (M2DSliceContour const& contour : layer) {
-      Entry& entry = _GetEntry(contour.GetVectorTypeInfo());
+      std::size_t const place = _FindEntry(contour.GetVectorTypeInfo());
+      Entry& entry = m_entries[place];
       ++(entry.*count);
       if (contour.GetNumPoints() == 0) continue;
-      if (type != entry.type || closed != contour.GetIsClosed()) {
-        if (type != nullptr) m_file.Write("\"/>\n");
-        type = entry.type;
+      if (place_of_path != place || closed != contour.GetIsClosed()) {
+        if (place_of_path) m_file.Write("\"/>\n");
+        place_of_path = place;
         closed = contour.GetIsClosed();
-        std::string const colour = GetColour(*type);
+        std::string const colour = _GetColour(entry);
         bool const filled = closed && kind == "contour";
-        _BeginPath(kind, *type, filled ? " fill=\"" + colour + "\" fill-opacity=\"0.14\" fill-rule=\"evenodd\"" : "");
+        _BeginPath(kind, entry, filled ? " fill=\"" + colour + "\" fill-opacity=\"0.14\" fill-rule=\"evenodd\"" : "");
       }
       char command = 'M';
       for (M2DSliceContourPoint const& point : contour.GetPoints()) {
@@ -289,14 +305,14 @@ class SvgDrawing final : public FileWriting {
       if (closed) m_file.Write("Z");
       m_file.Write("\n");
     }
-    if (type != nullptr) m_file.Write("\"/>\n");
+    if (place_of_path) m_file.Write("\"/>\n");
   }
 
   void _DrawVectors(M2DSliceVectorBlock const& block) {
-    Entry& entry = _GetEntry(block.GetVectorTypeInfo());
+    Entry& entry = m_entries[_FindEntry(block.GetVectorTypeInfo())];
     entry.vectors += block.size();
     if (block.empty()) return;
-    _BeginPath("vectors", *entry.type);
+    _BeginPath("vectors", entry);
     for (M2DSliceVector const& vector : block) {
       _WritePoint('M', vector.x1, vector.y1);
       _WritePoint('L', vector.x2, vector.y2);
@@ -305,10 +321,10 @@ class SvgDrawing final : public FileWriting {
   }
 
   void _DrawPoints(M2DSlicePointBlock const& block) {
-    Entry& entry = _GetEntry(block.GetVectorTypeInfo());
+    Entry& entry = m_entries[_FindEntry(block.GetVectorTypeInfo())];
     entry.points += block.size();
     if (block.empty()) return;
-    _BeginPath("points", *entry.type);
+    _BeginPath("points", entry);
     for (M2DSlicePoint const& point : block) _WriteDisc(point.x, point.y);
     m_file.Write("\"/>\n");
   }
@@ -323,13 +339,13 @@ class SvgDrawing final : public FileWriting {
     m_file.Write("<path class=\"directions\" stroke=\"#222222\" d=\"\n");
     for (M2DSliceContourLayer const* const layer : {&slice.GetBorder(), &slice.GetAreas()}) {
       for (M2DSliceContour const& contour : *layer) {
-        double until_next = kArrowDistance / 2;
-        M2DSliceContourPoint const* const first = contour.GetFirstPoint();
-        for (M2DSliceContourPoint const& point : contour.GetPoints()) {
-          if (point.next == first && !contour.GetIsClosed()) break;
-          M2DSliceVector const edge{point.x, point.next->x, point.y, point.next->y};
+        double length = 0;
+        _ForEachEdge(contour, [&](M2DSliceVector const& edge) { length += _GetLength(edge) / pixel; });
+        if (length <= 2 * kArrowLength) continue;
+        double until_next = std::min(kArrowDistance, length) / 2;
+        _ForEachEdge(contour, [&](M2DSliceVector const& edge) {
           until_next = _DrawArrows(edge, until_next, kArrowDistance, pixel);
-        }
+        });
       }
     }
     for (M2DSliceVectorBlock const& block : slice.GetVectors()) {
@@ -339,6 +355,15 @@ class SvgDrawing final : public FileWriting {
       }
     }
     m_file.Write("\"/>\n");
+  }
+
+  template <class Function>
+  static void _ForEachEdge(M2DSliceContour const& contour, Function const& function) {
+    M2DSliceContourPoint const* const first = contour.GetFirstPoint();
+    for (M2DSliceContourPoint const& point : contour.GetPoints()) {
+      if (point.next == first && !contour.GetIsClosed()) break;
+      function(M2DSliceVector{point.x, point.next->x, point.y, point.next->y});
+    }
   }
 
   static double _GetLength(M2DSliceVector const& edge) {
@@ -374,10 +399,12 @@ class SvgDrawing final : public FileWriting {
     m_file.Write("\"/>\n");
   }
 
-  void _BeginPath(std::string_view kind, TypeKey const& type, std::string const& fill = "") {
+  void _BeginPath(std::string_view kind, Entry const& entry, std::string const& fill = "") {
     m_file.Write("<path class=\"");
     m_file.Write(kind);
-    m_file.Write("\" data-type=\"" + Escape(type.name) + "\" stroke=\"" + GetColour(type) + "\"" + fill + " d=\"");
+    m_file.Write("\" data-type=\"" + Escape(entry.type->name) + "\"" +
+                 (entry.area < 0 ? "" : " data-area=\"" + std::to_string(entry.area) + "\"") + " stroke=\"" +
+                 _GetColour(entry) + "\"" + fill + " d=\"");
   }
 
   /// A line of no length with round ends is a small disc of the same size at every zoom.
@@ -414,8 +441,9 @@ class SvgDrawing final : public FileWriting {
     double const text_width = _GetTextWidth();
     double const width = std::max({drawing_width, kMinWidth, text_width});
     double const above = kMargin + (m_options.title.empty() ? 0 : kTitleHeight);
-    double const below = kMargin + (m_options.scale_bar ? kScaleBarHeight : 0) +
-                         (m_options.legend ? kRowHeight * (1 + static_cast<double>(m_entries.size())) : 0);
+    double const below =
+        kMargin + (m_options.scale_bar ? kScaleBarHeight : 0) +
+        (m_options.legend ? kRowHeight * (1 + static_cast<double>(std::min(m_entries.size(), kMaxRows))) : 0);
     frame.x = min_x - ((width - drawing_width) / 2 + kMargin) * frame.pixel;
     frame.y = -max_y - above * frame.pixel;
     frame.width = (width + 2 * kMargin) * frame.pixel;
@@ -434,7 +462,7 @@ class SvgDrawing final : public FileWriting {
   }
 
   static std::string _Describe(Entry const& entry) {
-    std::string text = entry.type->name;
+    std::string text = entry.area < 0 ? entry.type->name : "Area " + std::to_string(entry.area);
     char const* separator = ": ";
     auto const add = [&](unsigned long count, char const* noun) {
       if (count == 0) return;
@@ -489,20 +517,27 @@ class SvgDrawing final : public FileWriting {
   void _DrawLegend(double y) {
     // Built-in types in their order, then the others by name: nothing depends on what was registered when.
     std::sort(m_entries.begin(), m_entries.end(), [](Entry const& a, Entry const& b) {
-      return std::make_pair(a.type->enumerator, a.type->name) < std::make_pair(b.type->enumerator, b.type->name);
+      return std::make_tuple(a.area, a.type->enumerator, a.type->name) <
+             std::make_tuple(b.area, b.type->enumerator, b.type->name);
     });
     m_file.Write("<text x=\"0\" y=\"" + Format(y + 5, 1) + "\">" + Escape(_DescribeLayers()) + "</text>\n");
-    for (Entry const& entry : m_entries) {
+    std::size_t const num_left_out = m_entries.size() > kMaxRows ? m_entries.size() - (kMaxRows - 1) : 0;
+    for (std::size_t i = 0; i + num_left_out < m_entries.size(); ++i) {
+      Entry const& entry = m_entries[i];
       y += kRowHeight;
       m_file.Write("<rect x=\"0\" y=\"" + Format(y - 6, 1) + "\" width=\"22\" height=\"12\" fill=\"" +
-                   GetColour(*entry.type) + "\"/>\n<text x=\"32\" y=\"" + Format(y + 5, 1) + "\">" +
+                   _GetColour(entry) + "\"/>\n<text x=\"32\" y=\"" + Format(y + 5, 1) + "\">" +
                    Escape(_Describe(entry)) + "</text>\n");
     }
+    if (num_left_out == 0) return;
+    m_file.Write("<text x=\"32\" y=\"" + Format(y + kRowHeight + 5, 1) + "\">and " + std::to_string(num_left_out) +
+                 " more</text>\n");
   }
 
   SvgOptions m_options;
   MPendingFile m_file;
   std::vector<Entry> m_entries;
+  std::map<std::pair<TypeKey const*, long>, std::size_t> m_places;  ///< of the entries
   std::size_t m_last_entry = 0;
   M2DSliceXYArea m_area;
   unsigned long m_next_layer;

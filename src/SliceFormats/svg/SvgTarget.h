@@ -16,6 +16,7 @@ struct SvgOptions {
   double stroke_width_px = 1.0;   ///< of contours on the screen, whatever the zoom; vectors are finer; positive
   unsigned long first_layer = 0;  ///< the number of the first slice, for who draws a selection
   bool start_points = false;      ///< a disc where each contour begins
+  bool colour_by_area = false;    ///< colours and legend tell `IndexArea` apart instead of types
   bool directions = false;        ///< arrow heads along contours and vectors, their size by that of the layer
 };
 

@@ -21,7 +21,7 @@ namespace {
 // reads it, the slot holds `g_in_use` instead, and the file waits for its path to come back before it frees it.
 using PathSlot = std::atomic<char*>;
 static_assert(PathSlot::is_always_lock_free, "a signal handler uses the slots");
-std::array<PathSlot, 1024> g_pending_paths{};
+std::array<PathSlot, 16384> g_pending_paths{};
 char g_in_use = 0;
 
 /// The slot taken, or -1 if there is none left; the file is then beyond the reach of a signal handler.
