@@ -89,6 +89,15 @@ TEST(DetermineAreas, PartsThatShareNoPointAreAreasOfTheirOwn) {
   EXPECT_THAT(AreasOf(layer), ElementsAre("3o5i/1", "4i/1", "6o/1"));
 }
 
+TEST(DetermineAreas, AnOpenContourEnclosesNothingEvenIfItComesBack) {
+  M2DSliceContourLayer layer;
+  AddContour(layer, {{0, 0}, {10, 0}, {10, 10}, {0, 10}, {0, 0}}, false);
+  AddSquare(layer, 5, 5, 20);
+  Areas areas;
+  areas.DetermineAreas(&layer);
+  EXPECT_THAT(Text(areas, layer), ElementsAre("1o/1"));
+}
+
 TEST(DetermineAreas, TheFirstOuterContourClaimsItsPart) {
   M2DSliceContourLayer touching;
   AddSquare(touching, 0, 0, 10);

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "support/RandomSlices.h"
@@ -65,79 +64,49 @@ TEST(OrientBorder, TurnsContoursByDepthAndKeepsTheirFirstPoints) {
                                  "closed outer 5,5 9,5 5,5 1,5", "closed outer 1,8 2,9 2,8 1,9", "closed outer"));
 }
 
-/// Rings whose nesting is known: rectangles cut into rectangles, some of which get a ring. They share edges and
-/// corners, and an affine mapping turns them into parallelograms.
-class NestedParallelograms {
- public:
-  NestedParallelograms(Random& random) : m_random(random) {
-    do {
-      for (long& factor : m_mapping) factor = Draw(random, -5, 5);
-    } while (m_mapping[0] * m_mapping[3] == m_mapping[1] * m_mapping[2]);
-    _Cut({0, 0}, {64, 64}, 0, 0);
-    std::shuffle(m_rings.begin(), m_rings.end(), random);
-  }
-
-  void Fill(M2DSliceContourLayer& layer) const {
-    for (Nested const& ring : m_rings) AddRing(layer, ring.points);
-  }
-  std::vector<bool> GetFlags() const {
-    std::vector<bool> flags;
-    for (Nested const& ring : m_rings) flags.push_back(ring.depth % 2 == 0);
-    return flags;
-  }
-
- private:
-  struct Nested {
-    std::vector<XY> points;
-    long depth;
-  };
-
-  void _Cut(XY low, XY high, long depth, int level) {
-    if (level == 9 || low.first == high.first || low.second == high.second) return;
-    if (Draw(m_random, 0, 2) == 0) {
-      _AddRing(low, high, depth++);
-      (Draw(m_random, 0, 1) ? low.first : low.second) += 1;  // so that no two rings coincide
-      if (low.first == high.first || low.second == high.second) return;
-    }
-    long const x = Draw(m_random, low.first, high.first);
-    long const y = Draw(m_random, low.second, high.second);
-    bool const upright = Draw(m_random, 0, 1);
-    _Cut(low, upright ? XY(x, high.second) : XY(high.first, y), depth, level + 1);
-    _Cut(upright ? XY(x, low.second) : XY(low.first, y), high, depth, level + 1);
-  }
-
-  void _AddRing(XY low, XY high, long depth) {
-    std::vector<XY> points;
-    auto const side = [&](XY from, XY to) {
-      points.push_back(from);
-      if (Draw(m_random, 0, 1)) points.emplace_back((from.first + to.first) / 2, (from.second + to.second) / 2);
-    };
-    side(low, {high.first, low.second});
-    side({high.first, low.second}, high);
-    side(high, {low.first, high.second});
-    side({low.first, high.second}, low);
-    for (auto& [x, y] : points) {
-      std::tie(x, y) = XY(m_mapping[0] * x + m_mapping[1] * y, m_mapping[2] * x + m_mapping[3] * y);
-    }
-    std::rotate(points.begin(), points.begin() + Draw(m_random, 0, 3), points.end());
-    if (Draw(m_random, 0, 1)) std::reverse(points.begin(), points.end());
-    m_rings.push_back({points, depth});
-  }
-
-  Random& m_random;
-  long m_mapping[4];
-  std::vector<Nested> m_rings;
+struct Rectangle {
+  XY low;
+  XY high;
+  bool is_outer;
 };
+
+/// Cuts a rectangle into rectangles, some of which become rings: their nesting is known, and they share edges and
+/// corners.
+void Cut(Random& random, XY low, XY high, bool is_outer, int level, std::vector<Rectangle>& rings) {
+  if (Draw(random, 0, 2) == 0) {
+    rings.push_back({low, high, is_outer});
+    is_outer = !is_outer;
+    (Draw(random, 0, 1) ? low.first : low.second) += 1;  // so that no two rings coincide
+  }
+  if (level == 9 || low.first >= high.first - 1 || low.second >= high.second - 1) return;
+  bool const upright = Draw(random, 0, 1);
+  long const x = Draw(random, low.first + 1, high.first - 1);
+  long const y = Draw(random, low.second + 1, high.second - 1);
+  Cut(random, low, upright ? XY(x, high.second) : XY(high.first, y), is_outer, level + 1, rings);
+  Cut(random, upright ? XY(x, low.second) : XY(low.first, y), high, is_outer, level + 1, rings);
+}
 
 TEST(OrientBorder, RingsThatTouchAreNestedByWhatTheyEnclose) {
   auto const seed = std::random_device()();
   SCOPED_TRACE(seed);
   Random random(seed);
   for (int round = 0; round < 300; ++round) {
-    NestedParallelograms const rings(random);
+    std::vector<Rectangle> rings;
+    Cut(random, {0, 0}, {64, 64}, true, 0, rings);
+    std::shuffle(rings.begin(), rings.end(), random);
+    long const skew = Draw(random, -5, 5);
+    long const lean = Draw(random, -5, 5);
     M2DSliceContourLayer layer;
-    rings.Fill(layer);
-    ASSERT_EQ(OrientedFlags(layer), rings.GetFlags());
+    std::vector<bool> expected;
+    for (auto const& [low, high, is_outer] : rings) {
+      std::vector<XY> points = {low, {high.first, low.second}, high, {low.first, high.second}};
+      for (auto& [x, y] : points) y += lean * (x += skew * y);
+      std::rotate(points.begin(), points.begin() + Draw(random, 0, 3), points.end());
+      if (Draw(random, 0, 1)) std::reverse(points.begin(), points.end());
+      AddRing(layer, points);
+      expected.push_back(is_outer);
+    }
+    ASSERT_EQ(OrientedFlags(layer), expected);
   }
 }
 

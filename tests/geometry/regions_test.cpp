@@ -1,5 +1,6 @@
 #include <SliceData/geometry/M2DSliceRegions.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -120,14 +121,15 @@ M2DSliceRegion::RegionPosition ExactPosition(std::vector<XY> const& ring, XY pro
 }
 
 TEST(Region, PositionAgreesWithExactArithmetic) {
+  constexpr long kHalf = 1l << 25;
   auto const seed = std::random_device()();
   SCOPED_TRACE(seed);
   Random random(seed);
   for (int round = 0; round < 3000; ++round) {
     // Coarse grids give corners at equal heights and long edges with whole points on them.
     long const step = 1l << Draw(random, 0, 26);
-    auto const draw = [&] { return step * Draw(random, -((1l << 25) / step), (1l << 25) / step); };
-    XY const origin(Draw(random, -1, 1) << 25, Draw(random, -1, 1) << 25);
+    auto const draw = [&] { return step * Draw(random, -(kHalf / step), kHalf / step); };
+    XY const origin(kHalf * Draw(random, -1, 1), kHalf * Draw(random, -1, 1));
     M2DSliceContourLayer layer;
     M2DSliceContour& contour = layer.AddContour();
     M2DSliceContour& other = layer.AddContour();

@@ -85,6 +85,7 @@ void M2DSliceOperatorDetermineAreas::_AddBorderToBoolean(M2DSliceContourLayer co
       from = to;
       point = next;
     }
+    if (!contour.GetIsClosed()) m_boolean->DeclareOpen();
     m_boolean->AddShell(min_y, max_y);
   }
 }

@@ -86,7 +86,8 @@ void M2dBoolean::_EndContour() {
     ends.Add(*line);
     first = line;
   }
-  bool const is_open = !ends.Cancel();
+  bool const is_open = m_contour_is_open || !ends.Cancel();
+  m_contour_is_open = false;
   for (Line* line = first; line != nullptr; line = line->GetNext()) line->SetIsOpen(is_open);
   m_contour_begin = GetLines().GetNextIndex();
 }

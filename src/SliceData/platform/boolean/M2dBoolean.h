@@ -19,10 +19,14 @@ class VELSDK_EXPORT M2dBoolean : public M2dGraph {
   void SetConnectLines(bool connect) { GetLines().SetKeepsConnectivity(connect); }
   bool GetConnectLines() const { return GetLines().GetKeepsConnectivity(); }
 
+  /// Tells that the lines added since the last `AddShell` are an open path: it encloses nothing even if it ends where
+  /// it begins.
+  void DeclareOpen() { m_contour_is_open = true; }
+
   /// Tells that the lines added since the last call are one contour, whose smallest and largest y are given.
   ///
-  /// A contour whose lines leave every point as often as they reach it encloses an area. Others, such as an open path,
-  /// enclose nothing. A contour without lines is allowed.
+  /// A contour whose lines leave every point as often as they reach it encloses an area, unless it was declared open.
+  /// Others enclose nothing. A contour without lines is allowed.
   void AddShell(long min_y, long max_y);
 
   /// Splits lines where they meet and writes the classification count of each.
@@ -43,5 +47,6 @@ class VELSDK_EXPORT M2dBoolean : public M2dGraph {
  private:
   void _EndContour();
 
+  bool m_contour_is_open = false;
   unsigned long m_contour_begin = 0;  ///< index of the first line that no shell knows
 };

@@ -205,7 +205,7 @@ class Sweep {
 
   struct Corner {
     Point point;
-    std::array<Index, 2> edges;
+    std::array<Index, 2> edges;  ///< that meet there
   };
 
   void _AddRing(Ring ring, Index index) {

@@ -192,12 +192,12 @@ void PlanarSweep::_RemoveAndInsert(PlanarPoint point, Range ending, Range starti
                             : m_status.emplace_hint(std::next(m_places[segment - 1]), Entry{segment});
     m_places[segment] = place;
     m_windings[segment] = _WindingBelow(place);
-    if (place != m_status.begin()) _CheckStart(std::prev(place), place);
+    if (place != m_status.begin()) _Check(std::prev(place), place);
     Place const above = std::next(place);
     bool const is_last = segment + 1 == starting.end;
     // Otherwise the next one that begins here goes between, unless another one passes through the point.
     if (above != m_status.end() && (is_last || PlanarSide(m_segments[above->segment], point) == 0))
-      _CheckStart(place, above);
+      _Check(place, above);
   }
 }
 
@@ -295,19 +295,6 @@ void PlanarSweep::_Check(Place lower, Place upper) {
       _AddSplit(lower->segment, b.high);
     }
   }
-}
-
-/// The same where one or both of them have begun at the event point.
-void PlanarSweep::_CheckStart(Place lower, Place upper) {
-  if (upper == m_status.end()) return;
-  PlanarSegment const& a = m_segments[lower->segment];
-  PlanarSegment const& b = m_segments[upper->segment];
-  if (a.low < b.low) {
-    if (PlanarSide(a, b.low) == 0) _AddSplit(lower->segment, b.low);
-  } else if (b.low < a.low) {
-    if (PlanarSide(b, a.low) == 0) _AddSplit(upper->segment, a.low);
-  }
-  _Check(lower, upper);
 }
 
 void PlanarSweep::_AddCrossing(std::uint32_t lower, std::uint32_t upper) {

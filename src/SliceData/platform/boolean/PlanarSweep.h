@@ -17,7 +17,7 @@
 /// tested, with exact predicates:
 ///
 /// - Two segments that have changed places, or touch, were neighbours before; so every meeting of two segments that go
-///   on to the right is found. What meets where a segment begins is found among the neighbours at that point.
+///   on to the right is found. What goes through the point where one begins is in its place in the status.
 /// - So a sweep that reports no split proves that segments have nothing but ends in common.
 ///
 /// A rounded meeting splits every segment that runs through its unit of the grid as well (snap rounding, Hobby 1999),
@@ -86,7 +86,6 @@ class PlanarSweep {
   void _SortPassing(PlanarPoint point, Place first, Place last);
   void _BeginVerticals(PlanarPoint point, Range starts, Place above);
   void _Check(Place lower, Place upper);
-  void _CheckStart(Place lower, Place upper);
   void _AddCrossing(std::uint32_t lower, std::uint32_t upper);
   void _AddSplit(std::uint32_t segment, PlanarPoint point);
   std::int32_t _WindingBelow(Place place) const;
