@@ -444,6 +444,18 @@ TEST(PlanarGraph, LinesComeAndGoAndPartsInheritWhatTheLineHad) {
   for (long i = 0; i < 3000; ++i) lines.AddLine(boolean.GetPoint(i, 50), boolean.GetPoint(i, 51), false);
   EXPECT_EQ(early[rest->GetIndex()], 5);
   EXPECT_EQ(early[lines.GetLast()->GetIndex()], 0);
+
+  // A mask that copies a shorter one keeps an entry for every line.
+  MDataMask<M2dGraphLine, int> shorter;
+  shorter._SetSize(2);
+  shorter[1] = 9;
+  shorter.SwapInfo(0, 1);
+  late.CopyFrom(shorter);
+  EXPECT_EQ(late[0], 9);
+  EXPECT_EQ(late[lines.GetLast()->GetIndex()], 0);
+  EXPECT_EQ(late.GetSize(), early.GetSize());
+  late._SetDefault(0);
+  EXPECT_EQ(late[0], 0);
   while (!lines.IsEmpty()) boolean.RemoveLine(lines.GetLast());
   EXPECT_EQ(lines.GetFirst(), nullptr);
   EXPECT_EQ(a->GetNumLines(), 0);

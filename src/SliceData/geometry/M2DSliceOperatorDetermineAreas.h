@@ -45,12 +45,15 @@ class VELSDK_EXPORT M2DSliceOperatorDetermineAreas {
   /// What is left of the contours falls into parts that hang together by points. A part is one area, but for one with
   /// several outer contours: then each of these has an area of its own. A contour is listed in one area only.
   ///
-  /// Throws `std::out_of_range` if a coordinate does not fit into 32 bits with sign; nothing has changed then. Throws
-  /// `std::length_error` if more than 65535 segments meet in one point.
+  /// Takes time in the square of the outer contours that meet in one point, and n log n otherwise.
+  ///
+  /// Throws `std::out_of_range` if a coordinate does not fit into 32 bits with sign; the areas are as before then.
+  /// Throws `std::length_error` if more than 65535 segments meet in one point; the object is of no more use then.
   bool DetermineAreas(M2DSliceContourLayer const* layer);
 
-  /// Appends the areas of `first` without those of `second`. A contour may be listed in several of them. Otherwise the
-  /// same.
+  /// Appends the areas of `first` without those of `second`: where the winding number of the first is greater. Both
+  /// should be free of overlaps, with holes only inside of outer contours. A contour may be listed in several areas.
+  /// Otherwise the same.
   bool DetermineAreasSubtraction(M2DSliceContourLayer const* first, M2DSliceContourLayer const* second);
 
   std::vector<Area> const& GetAreas() const { return m_areas; }

@@ -27,7 +27,7 @@ class MDataMaskBase {
   /// Makes room for the indices below `size`; new entries hold the default.
   virtual void _SetSize(unsigned long size) = 0;
   virtual void _SetDefault(unsigned long index) = 0;
-  /// Takes over size and entries of a mask of the same type.
+  /// Takes over size and entries of a mask of the same type. A registered mask stays as long as its list.
   virtual void CopyFrom(MDataMaskBase const& other) = 0;
 
   /// True while the mask is registered with a list.
@@ -58,7 +58,9 @@ class MDataMask final : public MDataMaskBase<Owner> {
   void _SetSize(unsigned long size) override { m_values.resize(size, T()); }
   void _SetDefault(unsigned long index) override { m_values[index] = T(); }
   void CopyFrom(MDataMaskBase<Owner> const& other) override {
+    unsigned long const size = this->GetIsActive() ? m_values.size() : 0;
     m_values.Assign(static_cast<MDataMask const&>(other).m_values);
+    if (m_values.size() < size) m_values.resize(size, T());
   }
 
  private:
