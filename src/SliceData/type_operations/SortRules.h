@@ -12,9 +12,10 @@ namespace M2DSliceUtilities {
 
 /// The order of contours, for a host to derive from.
 ///
-/// `Compare` says -1 if `a` goes before `b`, 1 if `b` goes before `a`, 0 if neither does; only -1 is looked for. Where
-/// its answers are no strict weak order, nothing is lost, but the result is of little use. `Prepare` is called once
-/// before each sort, on what is to be sorted, and may change it; here it does nothing. Both may throw.
+/// `Compare` says -1 if `a` goes before `b`, 1 if `b` goes before `a`, 0 if neither does; only -1 is looked for. The
+/// answer depends on the two alone and is the same each time. Where answers are no strict weak order, nothing is lost,
+/// but the result is of little use. `Prepare` is called once before each sort, on what is to be sorted, and may change
+/// it; here it does nothing. Both may throw.
 class VELSDK_EXPORT IContourCompare {
  public:
   virtual ~IContourCompare();

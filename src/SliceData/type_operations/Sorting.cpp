@@ -38,8 +38,8 @@ void ForEachWithPriority(Layer& layer, NewPriority new_priority, Function&& func
 // Elements without a place in the order, all but the first of each set of ties, stay where they are; the others go
 // behind them. All that can throw comes before the list is touched.
 
-/// Sorts by asking the rule at each comparison. An ordered set bears with every answer, also of a host's rule that is
-/// no order at all.
+/// Sorts by asking the rule at each comparison. What a rule gives that is no strict weak order is what the ordered set
+/// makes of it.
 template <class Layer, class NewPriority, class Compare>
 void SortByAsking(Layer& layer, NewPriority new_priority, Compare const& compare) {
   using Element = std::remove_reference_t<decltype(*layer.begin())>;
@@ -92,7 +92,7 @@ void SortVectors(M2DSliceVectorBlock& block, boost::shared_ptr<IVectorCompare> c
     return compare->Compare(a, b) == -1;
   };
   std::multiset<M2DSliceVector, decltype(goes_before)> sorted(goes_before);
-  for (M2DSliceVector const& vector : block) sorted.insert(vector);  // one by one: hints trust the answers
+  for (M2DSliceVector const& vector : block) sorted.insert(vector);  // one by one: a hint trusts in an order
   std::copy(sorted.begin(), sorted.end(), block.begin());
 }
 
