@@ -14,6 +14,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "support/Slices.h"
+
 // What the tests of the formats share: files, and slices as text that can be compared and read.
 
 /// A directory that goes with its content.
@@ -60,15 +62,6 @@ class MemoryFile {
   int m_descriptor;
 };
 
-inline std::string DescribeRecord(M2DSliceVectorTypeInfo const& record) {
-  std::ostringstream text;
-  text << record.GetTypeName();
-  for (auto const& [key, value] : record.GetIndices()) text << ' ' << key->name << '=' << value;
-  for (auto const& [key, value] : record.GetFlags()) text << ' ' << key->name << '=' << value;
-  for (auto const& [name, value] : record.GetNumbers()) text << ' ' << *name << '=' << value;
-  return text.str();
-}
-
 /// Everything that a CLI file can hold of a slice, an element a line.
 inline std::string Describe(M2DSlice const& slice) {
   std::ostringstream text;
@@ -76,12 +69,12 @@ inline std::string Describe(M2DSlice const& slice) {
   for (M2DSliceContour const& contour : slice.GetBorder()) {
     text << (!contour.GetIsClosed() ? "open" : contour.GetIsOuter() ? "outer" : "hole");
     text << (!contour.GetIsClosed() && contour.GetIsOuter() ? " flagged outer" : "");
-    text << " [" << DescribeRecord(contour.GetVectorTypeInfo()) << ']';
+    text << " [" << testing_support::TextOf(contour.GetVectorTypeInfo()) << ']';
     for (M2DSliceContourPoint const& point : contour.GetPoints()) text << ' ' << point.x << ',' << point.y;
     text << '\n';
   }
   for (M2DSliceVectorBlock const& block : slice.GetVectors()) {
-    text << "vectors [" << DescribeRecord(block.GetVectorTypeInfo()) << ']';
+    text << "vectors [" << testing_support::TextOf(block.GetVectorTypeInfo()) << ']';
     for (M2DSliceVector const& v : block) text << ' ' << v.x1 << ',' << v.y1 << '-' << v.x2 << ',' << v.y2;
     text << '\n';
   }

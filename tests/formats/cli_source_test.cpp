@@ -111,7 +111,7 @@ TEST(CliSource, GivesParametersInForceAlsoWhenALayerIsReadAlone) {
             "$$UNITS/1\n$$FOCUS/0.5\n"));
   CliSource const source(file.GetPath());
   auto const describe = [&](unsigned long i) {
-    return DescribeRecord(source.GetSlice(i)->GetBorder().GetFirst()->GetVectorTypeInfo());
+    return testing_support::TextOf(source.GetSlice(i)->GetBorder().GetFirst()->GetVectorTypeInfo());
   };
   EXPECT_EQ(describe(2), "Border IndexModel=1 FOCUS=0.5 POWER=20 SPEED=5");
   EXPECT_EQ(describe(0), "Border IndexModel=1 FOCUS=0.5 POWER=10");

@@ -109,7 +109,7 @@ TEST(LatticeSource, GivesSimpleNestedContoursWithTheSolidOnTheLeft) {
         EXPECT_TRUE(contour.GetIsClosed());
         EXPECT_EQ(contour.GetIsOuter(), GetArea(polygons.back()) > 0);
         ASSERT_NE(GetArea(polygons.back()), 0);
-        EXPECT_EQ(DescribeRecord(contour.GetVectorTypeInfo()), "Border IndexModel=0");
+        EXPECT_EQ(testing_support::TextOf(contour.GetVectorTypeInfo()), "Border IndexModel=0");
         volume += GetArea(polygons.back()) / static_cast<double>(size) / static_cast<double>(size) /
                   static_cast<double>(num_slices);
         has_hole = has_hole || !contour.GetIsOuter();

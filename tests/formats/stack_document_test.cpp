@@ -82,7 +82,7 @@ std::string DescribeWhole(M2DSlice const& slice) {
   std::ostringstream text;
   text << DescribeArea(slice.GetZArea()) << '\n' << Describe(slice);
   for (M2DSlicePointBlock const& block : slice.GetPoints()) {
-    text << "points [" << DescribeRecord(block.GetVectorTypeInfo()) << ']';
+    text << "points [" << testing_support::TextOf(block.GetVectorTypeInfo()) << ']';
     for (M2DSlicePoint const& point : block) text << ' ' << point.x << ',' << point.y;
     text << '\n';
   }

@@ -71,16 +71,6 @@ inline void FillRandomly(M2DSlice& slice, Random& random, long most) {
   FillRandomly(*slice.GetAreasUpdate(), random, Draw(random, 0, most));
 }
 
-/// The record with every entry, set to its default or not.
-inline std::string TextOf(M2DSliceVectorTypeInfo const& info) {
-  std::ostringstream text;
-  text << info.GetTypeName();
-  for (auto const& [key, value] : info.GetIndices()) text << ' ' << key->name << '=' << value;
-  for (auto const& [key, value] : info.GetFlags()) text << ' ' << key->name << '=' << value;
-  for (auto const& [key, value] : info.GetNumbers()) text << ' ' << *key << '=' << value;
-  return text.str();
-}
-
 inline std::string GeometryOf(M2DSliceContour const& contour) {
   std::ostringstream text;
   text << (contour.GetIsClosed() ? "closed " : "open ") << (contour.GetIsOuter() ? "outer" : "inner");

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 #include <initializer_list>
+#include <sstream>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -41,6 +43,16 @@ inline std::vector<XY> PointsOf(M2DSlicePointBlock const& block) {
   std::vector<XY> points;
   for (M2DSlicePoint const& point : block) points.emplace_back(point.x, point.y);
   return points;
+}
+
+/// The record with every entry, set to its default or not.
+inline std::string TextOf(M2DSliceVectorTypeInfo const& info) {
+  std::ostringstream text;
+  text << info.GetTypeName();
+  for (auto const& [key, value] : info.GetIndices()) text << ' ' << key->name << '=' << value;
+  for (auto const& [key, value] : info.GetFlags()) text << ' ' << key->name << '=' << value;
+  for (auto const& [key, value] : info.GetNumbers()) text << ' ' << *key << '=' << value;
+  return text.str();
 }
 
 /// One element in each of the four components, at places that tell them apart: border at x 0, vectors at 100, points at

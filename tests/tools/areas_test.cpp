@@ -70,6 +70,16 @@ TEST_F(AreasOfALayer, AreThoseThatTheOtherFileLeaves) {
   EXPECT_THAT(RunIntoTrouble({"areas", "part.cli", "--layer", "0", "-o", "x.cli"}), HasSubstr(".svg"));
 }
 
+TEST_F(AreasOfALayer, ThatAreTooManyForAPointAreNoLackOfMemory) {
+  std::ostringstream fan;
+  for (int i = 0; i < 33'000; ++i) {
+    double const y = i * 0.001;
+    fan << "$$POLYLINE/1,1,4,0,0,100," << y << ",100," << y + 0.0005 << ",0,0\n";
+  }
+  WritePart("fan.cli", fan.str());
+  EXPECT_THAT(RunIntoTrouble({"areas", "fan.cli", "--layer", "1"}), HasSubstr("fan.cli: More than 65535 lines meet"));
+}
+
 TEST_F(AreasOfALayer, AreFoundAfterOrientingWhatHasLostItsDirections) {
   WritePart("part.cli", Rectangle(0, 0, 10, 10, true) + Rectangle(2, 2, 8, 8) + Rectangle(3, 3, 5, 5, true));
   EXPECT_THAT(GetContours(), ElementsAre());

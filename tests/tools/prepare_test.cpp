@@ -33,6 +33,7 @@ class Prepare : public ProgramTest {
       M2DSliceVectorTypeInfo info(type);
       info.SetIndex(e2DSliceVectorTypeIndex::IndexModel, 1'000'000'000 * (number % 2));
       if (number == 1) info.SetFlag(e2DSliceVectorTypeFlag::IsSupport, true);
+      if (number == 2) info.SetIndex(e2DSliceVectorTypeIndex::IndexScanPriority, 5);
       AddContour(*slice.GetBorderUpdate(), {{number, 0}, {9, 9}}).SetVectorTypeInfo(info);
       AddVectors(*slice.GetVectorsUpdate(), {{50 - number, 60, 0, 0}, {60, 90, 5, 5}, {102, 110, 5, 5}})
           .SetVectorTypeInfo(info);
@@ -131,10 +132,10 @@ TEST_F(Prepare, OrdersAndCutsVectorBlocks) {
   EXPECT_THAT(TypesOf(Run({"--sort", "inside-out"}).GetVectors()), ElementsAre("Hatching", "HatchingBorder", "Border"));
   EXPECT_THAT(TypesOf(Run({"--sort", "left-to-right"}).GetVectors()),
               ElementsAre("HatchingBorder", "Hatching", "Border"));
-  EXPECT_THAT(TypesOf(Run({"--sort", "laser-melting"}).GetVectors()),
+  EXPECT_THAT(TypesOf(Run({"--sort", "inside-out", "--sort", "laser-melting"}).GetVectors()),
               ElementsAre("Border", "Hatching", "HatchingBorder"));
   EXPECT_THAT(TypesOf(Run({"--sort", "scan-priority"}).GetVectors()),
-              ElementsAre("Border", "Hatching", "HatchingBorder"));
+              ElementsAre("HatchingBorder", "Border", "Hatching"));
   // The gaps of each block are 5 and 12 units wide.
   EXPECT_EQ(Run({"--polylines", "0.0012"}).GetVectors().GetCount(), 3u);
   EXPECT_EQ(Run({"--polylines", "0.0011mm"}).GetVectors().GetCount(), 6u);

@@ -3,7 +3,6 @@
 #include <SliceData/slice_model/M2DSlice.h>
 
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,7 +12,6 @@
 #include "Length.h"
 #include "Pipeline.h"
 #include "Text.h"
-#include "Trouble.h"
 
 namespace Tool {
 
@@ -92,8 +90,8 @@ int RunAreas(AreasOptions const& options) {
     } else {
       areas.DetermineAreasSubtraction(&layer->GetBorder(), &subtracted->GetBorder());
     }
-  } catch (std::out_of_range const&) {
-    throw Trouble(options.input.path, "it has coordinates beyond 214 m", "move the geometry to the origin");
+  } catch (std::logic_error const& error) {  // coordinates too large, too many segments at one point
+    throw std::runtime_error(options.input.path + ": " + error.what());
   }
 
   if (draws) {

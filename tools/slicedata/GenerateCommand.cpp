@@ -7,7 +7,6 @@
 #include "Commands.h"
 #include "Length.h"
 #include "Pipeline.h"
-#include "Trouble.h"
 
 namespace Tool {
 
@@ -30,10 +29,7 @@ int RunGenerateLattice(GenerateOptions const& options) {
 void AddMeasure(Command& command, std::string const& name, std::string const& help, double& measure) {
   command.AddOption(name, "MM", help + " (default " + FormatNumber(measure) + ")",
                     [&measure](std::string const& value) {
-                      long const length = ParseLength(value);
-                      if (length <= 0)
-                        throw Trouble("", "'" + value + "' is not above 0", "give a length of 0.0001 mm or more");
-                      measure = static_cast<double>(length) / static_cast<double>(MUnit::GetIE());
+                      measure = static_cast<double>(ParsePositiveLength(value)) / static_cast<double>(MUnit::GetIE());
                     });
 }
 

@@ -34,13 +34,7 @@ struct StartRule {
   MakeCalculator (*parse)(std::vector<std::string> const& arguments);
 };
 
-long ParsePositiveLength(std::string const& text) {
-  long const length = ParseLength(text);
-  if (length < 1) throw Trouble("", "'" + text + "' is not above 0", "give a length of 0.0001 mm or more");
-  return length;
-}
-
-/// Bounded, so that walks over points end soon.
+/// Of layers or points; far beyond what is meant.
 long ParseCount(std::string const& text) {
   return ParseWhole(text, 1, 1'000'000);
 }
@@ -180,7 +174,7 @@ PrepareStep ParseStartStep(std::string const& value) {
             auto border = slice.GetBorderUpdate();
             ContourWithoutWay without_way;
             for (M2DSliceContour& contour : *border) {
-              // Walks would not end on the others.
+              // Rules that walk along a contour ask for a way.
               if (contour.GetIsClosed() && !without_way.Matches(contour)) {
                 SetContourOptimalStartingPoint(contour, calculator);
               }

@@ -66,6 +66,12 @@ long ParseLength(std::string_view text) {
   return static_cast<long>(length);
 }
 
+long ParsePositiveLength(std::string_view text) {
+  long const length = ParseLength(text);
+  if (length > 0) return length;
+  throw Trouble("", "'" + std::string(text) + "' is not above 0", "give a length of 0.0001 mm or more");
+}
+
 std::string FormatLength(long length) {
   auto const units_per_mm = static_cast<unsigned long>(MUnit::GetIE());
   auto const magnitude = length < 0 ? 0UL - static_cast<unsigned long>(length) : static_cast<unsigned long>(length);

@@ -18,6 +18,9 @@ long ParseWhole(std::string_view text, long least, long most);
 /// `Trouble` for anything else, and for lengths beyond 214 m, which 32 bits do not hold.
 long ParseLength(std::string_view text);
 
+/// The same for a length above 0.
+long ParsePositiveLength(std::string_view text);
+
 /// A length in internal units as exact mm without trailing zeros: 199200 gives "19.92".
 std::string FormatLength(long length);
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include "Length.h"
@@ -13,6 +14,8 @@
 namespace Tool {
 
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// What a message can show of a text that may be anything.
 std::string Quote(std::string const& text) {
@@ -35,13 +38,13 @@ void ReadNumberTable(std::string const& path, std::size_t num_cells, std::string
   bool is_empty = true;
   std::string line;
   for (unsigned long line_number = 1; std::getline(file, line); ++line_number) {
-    std::string const place = path + ": line " + std::to_string(line_number);
+    auto const get_place = [&] { return path + ": line " + std::to_string(line_number); };
     auto const refuse = [&](std::string const& wrong) {
-      return Trouble(place, wrong, "write " + std::to_string(num_cells) + " numbers with commas, like " + example);
+      return Trouble(get_place(), wrong,
+                     "write " + std::to_string(num_cells) + " numbers with commas, like " + example);
     };
-    std::string const byte_order_mark = "\xEF\xBB\xBF";
-    if (line_number == 1 && line.compare(0, byte_order_mark.size(), byte_order_mark) == 0) {
-      line.erase(0, byte_order_mark.size());
+    if (line_number == 1 && line.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0) {
+      line.erase(0, kByteOrderMark.size());
     }
     if (!line.empty() && line.back() == '\r') line.pop_back();
     if (TrimBlanks(line).empty()) continue;
@@ -56,7 +59,7 @@ void ReadNumberTable(std::string const& path, std::size_t num_cells, std::string
     try {
       take(numbers);
     } catch (Trouble const& trouble) {
-      throw std::runtime_error(place + ": " + trouble.what());
+      throw std::runtime_error(get_place() + ": " + trouble.what());
     }
     is_empty = false;
   }

@@ -76,8 +76,7 @@ PartFiles::Part& PartFiles::_GetPart(std::string const& name) {
   if (part == m_parts.end()) {
     auto const path = (std::filesystem::path(m_options.path) / (name + m_format.extension)).string();
     CheckOutputPath(path, m_options);
-    part = m_parts.try_emplace(name, m_input, m_format, path, m_options).first;
-    part->second.num_layers = m_layers.size() - 1;
+    part = m_parts.try_emplace(name, m_input, m_format, path, m_options, m_layers.size() - 1).first;
   }
   return part->second;
 }

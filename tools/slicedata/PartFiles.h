@@ -39,11 +39,12 @@ class PartFiles {
 
  private:
   struct Part {
-    Part(Input const& input, Format const& format, std::string const& path, OutputOptions const& options)
-        : output(input, format, path, options) {}
+    Part(Input const& input, Format const& format, std::string const& path, OutputOptions const& options,
+         std::size_t num_layers_before)
+        : output(input, format, path, options), num_layers(num_layers_before) {}
 
     Output output;
-    std::size_t num_layers = 0;  ///< that are in the file or come before it
+    std::size_t num_layers;  ///< that are in the file or come before it
   };
 
   Part& _GetPart(std::string const& name);

@@ -214,12 +214,6 @@ M2DSliceZArea Scale(M2DSliceZArea const& z_area, M2DSliceZScale const& scale) {
   return scaled;
 }
 
-long ParseMaxDeviation(std::string const& value) {
-  long const length = ParseLength(value);
-  if (length < 1) throw Trouble("", "'" + value + "' is not above 0", "give a length of 0.0001 mm or more");
-  return length;
-}
-
 /// Maps slices by all steps.
 class Mapper {
  public:
@@ -360,7 +354,7 @@ void AddTransformCommand(Command& program) {
                     "split a segment whose image is off the straight line by this length or more, unless it is shorter "
                     "than that; without it long edges stay straight under --distortion and --rescale",
                     [options](std::string const& value) {
-                      options->refinement.maxDeviation = ParseMaxDeviation(value);
+                      options->refinement.maxDeviation = ParsePositiveLength(value);
                       options->refinement.splitLongSegments = true;
                     });
 

@@ -3,7 +3,6 @@
 #include <SliceData/type_operations/M2DSliceVectorTypes.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "Text.h"
 #include "Trouble.h"
@@ -11,8 +10,6 @@
 namespace Tool {
 
 namespace {
-
-using Registry = M2DSliceVectorTypeInfo::Registry;
 
 /// The position of a name among the known ones.
 template <class Names>

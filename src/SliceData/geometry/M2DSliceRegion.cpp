@@ -8,6 +8,8 @@
 
 namespace {
 
+using M2DSliceUtilities::Difference;
+
 constexpr long kSmallest = std::numeric_limits<long>::min();
 constexpr long kLargest = std::numeric_limits<long>::max();
 
@@ -19,13 +21,6 @@ bool IsWithin(double value, long min, long max) {
 /// Whether a stored coordinate is the value; it is not rounded for that.
 bool IsAt(long stored, double value) {
   return static_cast<double>(stored) == value && value < 0x1p63 && static_cast<long>(value) == stored;
-}
-
-/// b - a in integers; in doubles where that overflows.
-double Difference(long a, long b) {
-  long difference = 0;
-  if (__builtin_sub_overflow(b, a, &difference)) return M2DSliceUtilities::Difference(b, a);
-  return static_cast<double>(difference);
 }
 
 /// Follows the rings of a region and counts the edges that pass on the left of a point.
@@ -83,7 +78,7 @@ class Crossings {
   /// Whether the point lies on an edge that passes its height; counts it if it passes on the left.
   bool _Passes(M2DSliceContourPoint const& p, M2DSliceContourPoint const& q) {
     double const height = m_y - static_cast<double>(p.y);
-    double const passage = static_cast<double>(p.x) + height * Difference(p.x, q.x) / Difference(p.y, q.y);
+    double const passage = static_cast<double>(p.x) + height * Difference(q.x, p.x) / Difference(q.y, p.y);
     m_count += m_x > passage;
     return passage == m_x;
   }
