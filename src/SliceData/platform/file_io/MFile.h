@@ -72,6 +72,8 @@ class VELSDK_EXPORT MFile {
   }
   void WriteInt32(std::int32_t const* values, std::size_t count) { _Write(values, count * sizeof *values); }
   void ReadInt32(std::int32_t* values, std::size_t count) { _Read(values, count * sizeof *values); }
+  void WriteInt16(std::uint16_t const* values, std::size_t count) { _Write(values, count * sizeof *values); }
+  void WRITE(float const* values, std::size_t count) { _Write(values, count * sizeof *values); }
 
   /// Room for `bytes` bytes at the present position, to be filled by the caller and taken with `CommitWrite`: one check
   /// for many values. At most the size of the buffer.
