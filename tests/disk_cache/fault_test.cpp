@@ -4,7 +4,7 @@
 #include <SliceData/disk_cache/M2DSliceTempFile.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
-#include <boost/filesystem.hpp>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -144,9 +144,9 @@ TEST_P(Faults, ADeletedFileIsNotUsedForMore) {
 
 TEST_P(Faults, WithoutAPlaceForScratchFilesDataStaysInMemory) {
   std::string const place = scratch.GetPath() + "/place";
-  ASSERT_TRUE(boost::filesystem::create_directory(place));
+  ASSERT_TRUE(std::filesystem::create_directory(place));
   M2DSliceUtilities::SetDiskCacheLocation(place);
-  boost::filesystem::remove(place);
+  std::filesystem::remove(place);
   M2DSliceTempFile::SetMaxFileSize(~0ul);  // the shared file has to begin anew, too
   for (long i = 0; i < kSlices; ++i) AddSlice(i);
   std::string error;

@@ -56,8 +56,12 @@ TEST_F(FileInADocument, BecomesAScratchFileOnlyWhenItsPathIsAsked) {
   EXPECT_THAT(GetScratchFiles(), ElementsAre());
   std::string const first = content.GetPath();
   EXPECT_THAT(GetScratchFiles(), ElementsAre(first));
+  content.CreateTempFile(false);
+  EXPECT_EQ(content.GetPath(), first) << "there is one already";
   content.CreateTempFile(true);
-  EXPECT_THAT(GetScratchFiles(), ElementsAre(content.GetPath())) << "the one before has gone";
+  EXPECT_THAT(GetScratchFiles(), ElementsAre()) << "the one before has gone";
+  std::string const second = content.GetPath();
+  EXPECT_THAT(GetScratchFiles(), ElementsAre(second));
 }
 
 TEST_F(FileInADocument, GoesFromDocumentToDocumentWithoutAScratchFile) {
@@ -74,7 +78,7 @@ TEST_F(FileInADocument, GoesFromDocumentToDocumentWithoutAScratchFile) {
   FileContent content;
   content.CreateTempFile(true);
   EXPECT_THAT(Read(m_file, content).warnings, ElementsAre());
-  EXPECT_THAT(GetScratchFiles(), ElementsAre()) << "the empty file is not needed any more";
+  EXPECT_THAT(GetScratchFiles(), ElementsAre()) << "the empty file is not needed";
   ::unlink(m_file.GetPath().c_str());
   Write(m_file, content);
   EXPECT_THAT(GetScratchFiles(), ElementsAre());

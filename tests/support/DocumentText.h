@@ -84,7 +84,7 @@ class DocumentFile {
           std::string const value = text.substr(end + 1, at - end - 1);
           if (tag[0] == '/') {
             writer.EndTag(tag.c_str() + 1);
-          } else if (tag != "Data") {
+          } else if (tag != "Data" || text.compare(at, 7, "</Data>") != 0) {
             writer.StartTag(tag.c_str());
             writer.WriteTextValue(value);
           } else {

@@ -2,6 +2,7 @@
 #include <SliceData/platform/sax/MDocument.h>
 #include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/platform/sax/MDocumentReader.h>
+#include <SliceData/platform/sax/MDocumentText.h>
 #include <SliceData/platform/sax/MDocumentWriter.h>
 
 #include <memory>
@@ -32,6 +33,10 @@ bool ReadFile(std::string const& path, ISAXPersist& root, ReadReport* report) {
   try {
     auto const document = Open(path);
     told.kind = document->GetKind();
+    if (!told.expected_kind.empty() && told.kind != told.expected_kind) {
+      throw MDocumentError(path, "is a document of the kind '" + MDocumentText::ForMessage(told.kind) + "', not '" +
+                                     told.expected_kind + "'; give one of that kind");
+    }
     reader = std::make_unique<MDocumentReader>(document);
     for (std::string const& refusal : told.expected_refusals) reader->ExpectRefusal(refusal);
     reader->Read(root);
@@ -47,7 +52,7 @@ bool WriteFile(std::string const& path, ISAXPersistBase const& root, WriteOption
   if (!root.Write(writer)) {
     throw std::runtime_error(path + ": the document could not be written; see to its elements and write it anew");
   }
-  writer.Finish();
+  writer.Finish(options.durable);
   return true;
 }
 

@@ -12,6 +12,8 @@ namespace VelAM::SaxUtilities {
 struct VELSDK_EXPORT ReadReport {
   /// Given by the caller: tags, as "PARENT/TAG", that elements refuse by design.
   std::vector<std::string> expected_refusals;
+  /// Given by the caller: a document of another kind is refused unread. Empty: any will do.
+  std::string expected_kind;
 
   std::string kind;                   ///< of the document, as its writer has called it
   std::string error;                  ///< "PATH: [PLACE:] what is wrong; what to do"; empty after success
@@ -20,8 +22,9 @@ struct VELSDK_EXPORT ReadReport {
 
 /// How a document is written.
 struct WriteOptions {
-  int format = 0;    ///< the only one
-  std::string kind;  ///< what the document is, for who opens it
+  int format = 0;       ///< the only one
+  std::string kind;     ///< what the document is, for who opens it
+  bool durable = true;  ///< false: it need not survive a power failure, and nobody waits for the disk
 };
 
 /// Reads a document into an element, whose defaults are set first.

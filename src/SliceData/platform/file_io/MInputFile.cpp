@@ -41,6 +41,15 @@ MInputFile::MInputFile(std::string path, Order order) : m_path(std::move(path)) 
   if (order == Order::Sequential) static_cast<void>(::posix_fadvise(m_descriptor, 0, 0, POSIX_FADV_SEQUENTIAL));
 }
 
+MInputFile::MInputFile(MInputFile const& whole, long long offset, long long size, std::string path)
+    : m_path(std::move(path)),
+      m_descriptor(::fcntl(whole.m_descriptor, F_DUPFD_CLOEXEC, 0)),
+      m_offset(whole.m_offset + offset),
+      m_size(size) {
+  assert(offset >= 0 && size >= 0 && offset <= whole.m_size && size <= whole.m_size - offset);
+  if (m_descriptor < 0) Throw(errno, m_path, "cannot be opened", "close other files");
+}
+
 MInputFile::~MInputFile() {
   ::close(m_descriptor);
 }
@@ -48,6 +57,7 @@ MInputFile::~MInputFile() {
 void MInputFile::Read(long long offset, void* buffer, std::size_t size) const {
   assert(offset >= 0 && offset <= m_size && static_cast<unsigned long long>(m_size - offset) >= size);
   auto* bytes = static_cast<char*>(buffer);
+  offset += m_offset;
   while (size != 0) {
     ssize_t const got = ::pread(m_descriptor, bytes, size, offset);
     if (got < 0 && errno == EINTR) continue;

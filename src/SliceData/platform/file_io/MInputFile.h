@@ -18,6 +18,13 @@ class VELSDK_EXPORT MInputFile {
 
   /// Opens the file. Whatever is no regular file is refused, without waiting for it.
   explicit MInputFile(std::string path, Order order = Order::Any);
+  /// A piece of an open file, as a file of its own that needs the other one no longer.
+  ///
+  /// \param whole   the file that the piece is of
+  /// \param offset  of the piece, which lies inside `whole`
+  /// \param size    of the piece, in bytes
+  /// \param path    what messages call it
+  MInputFile(MInputFile const& whole, long long offset, long long size, std::string path);
   ~MInputFile();
   MInputFile(MInputFile const&) = delete;
   MInputFile& operator=(MInputFile const&) = delete;
@@ -32,5 +39,6 @@ class VELSDK_EXPORT MInputFile {
  private:
   std::string m_path;
   int m_descriptor;
+  long long m_offset = 0;  ///< of the piece in the file that is open
   long long m_size = 0;
 };

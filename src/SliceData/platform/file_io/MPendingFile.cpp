@@ -141,9 +141,9 @@ void MPendingFile::WriteAt(long long offset, void const* data, std::size_t size)
   if (!WriteFully(m_descriptor, static_cast<char const*>(data), size, offset)) _Fail(errno, "cannot be written");
 }
 
-void MPendingFile::Commit() {
+void MPendingFile::Commit(bool durable) {
   _Flush();
-  if (::fsync(m_descriptor) != 0) _Fail(errno, "cannot be brought to the disk");
+  if (durable && ::fsync(m_descriptor) != 0) _Fail(errno, "cannot be brought to the disk");
   int const closed = ::close(std::exchange(m_descriptor, -1));
   int error = closed != 0 ? errno : 0;
   if (error == 0 && ::rename(m_temporary_path.get(), m_final_path.c_str()) != 0) error = errno;
@@ -152,6 +152,7 @@ void MPendingFile::Commit() {
     _Fail(error, "cannot be put in its place");
   }
   _CloseAndForget();
+  if (!durable) return;
 
   int const directory = ::open(GetDirectory(m_final_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory < 0) return;  // a directory that may be written but not read: the name cannot be made safer

@@ -48,8 +48,8 @@ class VELSDK_EXPORT MPendingFile {
   long long TellSize() const { return m_flushed + static_cast<long long>(m_buffered); }
 
   /// Brings all bytes to the disk and gives the file its name, replacing the file that had it. Nothing may be written
-  /// afterwards.
-  void Commit();
+  /// afterwards. A file that need not survive a power failure is spared the wait for the disk with `durable` false.
+  void Commit(bool durable = true);
 
   /// Removes the temporary files of all pending files of the process, 64 at most. For a signal handler, which ends the
   /// process afterwards: only then may the objects be left in the state they are in. Async-signal-safe.

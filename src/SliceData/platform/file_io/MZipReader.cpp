@@ -189,6 +189,17 @@ std::vector<Entry> ReadDirectory(MInputFile const& file, Window& window) {
 }  // namespace
 
 MZipReader::MZipReader(std::string path) : m_file(std::move(path)) {
+  _ReadEntries();
+}
+
+MZipReader::MZipReader(MZipReader const& around, Entry const& entry, std::uint64_t offset, std::uint64_t size)
+    : m_file(around.m_file, static_cast<long long>(entry.offset + offset), static_cast<long long>(size),
+             around.GetPath() + ": " + entry.name + ", the document at byte " + std::to_string(offset)) {
+  assert(!entry.is_deflated && offset <= entry.size && size <= entry.size - offset);
+  _ReadEntries();
+}
+
+void MZipReader::_ReadEntries() {
   Window window(m_file);
   m_entries = ReadDirectory(m_file, window);
 

@@ -24,6 +24,13 @@ class VELSDK_EXPORT MZipReader {
 
   /// Opens the file and reads its directory.
   explicit MZipReader(std::string path);
+  /// Opens an archive that is a piece of a stored entry of another one, which it needs no longer then.
+  ///
+  /// \param around  the other archive
+  /// \param entry   of the other archive
+  /// \param offset  of the piece, which lies inside `entry`
+  /// \param size    of the piece, in bytes
+  MZipReader(MZipReader const& around, Entry const& entry, std::uint64_t offset, std::uint64_t size);
 
   std::string const& GetPath() const { return m_file.GetPath(); }
   /// By name.
@@ -38,6 +45,7 @@ class VELSDK_EXPORT MZipReader {
   void Read(Entry const& entry, std::uint64_t offset, void* bytes, std::size_t count) const;
 
  private:
+  void _ReadEntries();
   std::string _Inflate(Entry const& entry) const;
 
   MInputFile m_file;

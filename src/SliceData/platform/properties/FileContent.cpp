@@ -41,10 +41,10 @@ FileContent::~FileContent() {
   _Clear();
 }
 
-void FileContent::CreateTempFile(bool at_once) {
+void FileContent::CreateTempFile(bool replace) {
+  if (!replace && m_state != State::Nothing) return;
   _Clear();
   m_state = State::EmptyFileToBeMade;
-  if (at_once) _MakeFile();
 }
 
 void FileContent::SetDocumentBytes(MDocumentBytes bytes) {

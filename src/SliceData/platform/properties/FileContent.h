@@ -21,9 +21,10 @@ class VELSDK_EXPORT FileContent {
   FileContent(FileContent const&) = delete;
   FileContent& operator=(FileContent const&) = delete;
 
-  /// The content becomes an empty scratch file, at once or with `at_once` false when its path is first asked for.
-  /// Throws `std::system_error` if it cannot be made.
-  void CreateTempFile(bool at_once);
+  /// The content becomes an empty scratch file, which is made when its path is first asked for.
+  ///
+  /// \param replace  false leaves content that is there already as it is
+  void CreateTempFile(bool replace);
 
   /// The content becomes a value of a document. A scratch file that was there is removed.
   void SetDocumentBytes(MDocumentBytes bytes);
@@ -32,7 +33,7 @@ class VELSDK_EXPORT FileContent {
 
   /// The path of the scratch file, which is made and filled first if need be; empty without content. The file may be
   /// written and replaced, and is not to be removed. Throws `MDocumentError` if the document does not hold the bytes
-  /// that were written, and `std::system_error` if there is no room for them.
+  /// that were written, and `std::system_error` if the file cannot be made or there is no room for them.
   std::string const& GetPath() const;
 
  private:

@@ -90,6 +90,21 @@ std::string const* MDocument::Child::FindLeaf(char const* name) const {
 }
 
 MDocument::MDocument(std::string path) : m_zip(std::move(path)) {
+  _ReadContents();
+}
+
+MDocument::MDocument(MDocumentBytes const& bytes)
+    : m_zip(bytes.document->m_zip, bytes.document->_GetStream(bytes), bytes.offset, bytes.size) {
+  _ReadContents();
+}
+
+MZipReader::Entry const& MDocument::_GetStream(MDocumentBytes const& bytes) const {
+  // An empty value needs none.
+  if (m_parts[bytes.part].stream == nullptr) FailInTree(bytes.part, 0, "the document in it is empty");
+  return *m_parts[bytes.part].stream;
+}
+
+void MDocument::_ReadContents() {
   Contents contents(m_zip);
   std::string_view const version = contents.GetNode().attribute("format").value();
   std::size_t const dot = std::min(version.find('.'), version.size());

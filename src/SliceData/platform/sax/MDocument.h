@@ -2,6 +2,7 @@
 
 #include <SliceData/platform/common/Export.h>
 #include <SliceData/platform/file_io/MZipReader.h>
+#include <SliceData/platform/sax/MDocumentBytes.h>
 
 #include <cstdint>
 #include <functional>
@@ -36,6 +37,9 @@ class VELSDK_EXPORT MDocument {
   };
 
   explicit MDocument(std::string path);
+  /// A document that is a value of another one, read in its place. The bytes are not checked as a whole: what is read
+  /// of them is.
+  explicit MDocument(MDocumentBytes const& bytes);
 
   std::string const& GetPath() const { return m_zip.GetPath(); }
   /// What its writer has called it.
@@ -62,6 +66,9 @@ class VELSDK_EXPORT MDocument {
     MZipReader::Entry const* tree;
     MZipReader::Entry const* stream;  ///< null without binary values
   };
+
+  void _ReadContents();
+  MZipReader::Entry const& _GetStream(MDocumentBytes const& bytes) const;
 
   MZipReader m_zip;
   std::string m_kind;

@@ -297,7 +297,7 @@ class MDocumentWriter::Writing {
 
   void SetLate(unsigned long number) { m_late_text = std::to_string(number); }
 
-  void Finish() {
+  void Finish(bool durable) {
     if (m_failure != nullptr) std::rethrow_exception(m_failure);
     if (m_open.size() != 1) throw std::logic_error("the document is finished inside a tag; end all tags first");
     if (m_value_is_open) throw std::logic_error("a binary value was begun and not written; write it into a tag first");
@@ -308,7 +308,7 @@ class MDocumentWriter::Writing {
     _WriteFirstPart();
     m_zip.Add(MDocumentText::kContentsName, m_contents + m_first_contents + m_later_contents + "</Contents>");
     m_zip.Finish();
-    m_file.Commit();
+    m_file.Commit(durable);
   }
 
  private:
@@ -555,6 +555,6 @@ void MDocumentWriter::WriteLateTag(char const* name) {
 void MDocumentWriter::SetLateNumber(unsigned long number) {
   m_writing->SetLate(number);
 }
-void MDocumentWriter::Finish() {
-  m_writing->Finish();
+void MDocumentWriter::Finish(bool durable) {
+  m_writing->Finish(durable);
 }

@@ -40,8 +40,9 @@ class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
   void WriteLateTag(char const* name);
   void SetLateNumber(unsigned long number);
 
-  /// Brings the document to the disk and gives it its name. Nothing may be written afterwards.
-  void Finish();
+  /// Brings the document to the disk and gives it its name. Nothing may be written afterwards. `durable` as for
+  /// `MPendingFile::Commit`.
+  void Finish(bool durable = true);
 
  private:
   class Writing;
