@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes the pictures of the user guide anew.
+# Makes the pictures of docs/program.md anew.
 #
 # usage: make.sh PROGRAM FOLDER    PROGRAM: the slicedata to use; FOLDER: where the pictures go
 set -eu
@@ -46,3 +46,6 @@ draw distorted distorted.cli
 draw rescaled rescaled.cli
 
 "$program" areas islands.cli --layer 1 -o "$folder/areas.svg" --force > /dev/null
+
+"$program" generate lattice -o lattice.cli --size 20 --cell 5 --thickness 0.35
+draw lattice lattice.cli

@@ -1,38 +1,41 @@
 #!/usr/bin/env bash
-# Installs a build, moves the installed tree away, and uses it as a host does: with CMake, with pkg-config and the bare
-# compiler, and as the program. Every installed header must be usable from the installed tree alone.
+# Uses an installed tree as a host does: with CMake, with pkg-config and the bare compiler, and as the program. Every
+# installed header must be usable from the installed tree alone.
 #
-# check.sh BUILD_DIR LIBDIR
+# check.sh PREFIX LIBDIR    CXX and CXXFLAGS of the environment hold for all that is compiled
 set -euo pipefail
 unset LD_LIBRARY_PATH
-build=$1
+prefix=$1
 libdir=$2
 here=$(cd "$(dirname "$0")" && pwd)
 : "${CXX:=g++}"
+read -ra flags <<<"${CXXFLAGS:-}"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-prefix=$work/prefix
-cmake --install "$build" --prefix "$work/first" >"$work/install.log"
-mv "$work/first" "$prefix"
 
-echo "-- CMake: find_package(VelSDK.AM.SliceData)"
-cmake -S "$here" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix"
-cmake --build "$work/build"
-"$work/build/fill_slice"
-"$work/build/save_and_load" "$work/triangles.slicestack"
+echo "-- the installed program"
+version=$("$prefix/bin/slicedata" --version)
+version=${version#slicedata }
+"$prefix/bin/slicedata" generate lattice -o "$work/lattice.cli" --size 1 --cell 1
+
+echo "-- CMake: the examples as a project of their own, built and run as docs/guide.md says"
+cp -r "$here/../../examples" "$work/examples"
+sed -n '/^```sh$/,/^```$/{/^```/!p}' "$here/../../docs/guide.md" >"$work/guide.sh"
+(cd "$work" && CMAKE_PREFIX_PATH=$prefix bash -euo pipefail guide.sh) | tee "$work/guide.log"
+grep -qF "Found VelSDK.AM.SliceData $version" "$work/guide.log"
+grep -qF "tests passed, 0 tests failed" "$work/guide.log"
 
 echo "-- pkg-config and $CXX"
 export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
-read -ra flags < <(pkg-config --cflags VelSDK.AM.SliceFormats)
-read -ra libraries < <(pkg-config --libs VelSDK.AM.SliceData)
-"$CXX" -std=c++17 "${flags[@]}" "$here/../../examples/fill_slice.cpp" "${libraries[@]}" \
-  -Wl,-rpath,"$prefix/$libdir" -o "$work/fill_slice"
-"$work/fill_slice"
+pkg-config --exact-version="$version" VelSDK.AM.SliceFormats
+read -ra cflags < <(pkg-config --cflags VelSDK.AM.SliceFormats)
+read -ra libraries < <(pkg-config --libs VelSDK.AM.SliceFormats)
+flags+=(-std=c++17 "${cflags[@]}")
+"$CXX" "${flags[@]}" "$work/examples/slice_a_part.cpp" "${libraries[@]}" \
+  -Wl,-rpath,"$prefix/$libdir" -o "$work/slice_a_part"
+"$work/slice_a_part" "$work/ring.slicestack"
 
 echo "-- the installed headers"
 (cd "$prefix/include" && find . -name '*.h' -printf '#include <%P>\n' | sort) >"$work/headers.cpp"
-"$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" -fsyntax-only "$work/headers.cpp"
-
-echo "-- the installed program"
-"$prefix/bin/slicedata" --version
+"$CXX" "${flags[@]}" -Wall -Wextra -Wpedantic -Werror -fsyntax-only "$work/headers.cpp"

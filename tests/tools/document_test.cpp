@@ -10,6 +10,7 @@
 #include "support/Slices.h"
 #include "tools/Json.h"
 #include "tools/Program.h"
+#include "tools/RichPart.h"
 #include "tools/SmallPart.h"
 
 namespace {
@@ -21,23 +22,7 @@ using testing::HasSubstr;
 /// Stack documents as the program takes and gives them.
 class Document : public ProgramTest {
  protected:
-  /// Slices with points, areas, types of their own and Z ranges, none of which a CLI file holds.
-  void WriteRichPart() const {
-    SliceFormats::StackDocumentTarget target(GetWorkPath("rich.slicestack"));
-    target.GetProperties().SetProperty<double>("Density", 0.1);
-    target.StartAddingSlices();
-    for (long z = 300; z <= 3000; z += 300) {
-      M2DSlice slice(z);
-      slice.GetZArea().SetTypeInfo({e2DSliceZAreaType::Below, e2DSliceZAreaEffectiveType::Top, z / 3});
-      testing_support::FillAllComponents(slice, z);
-      M2DSliceVectorTypeInfo record;
-      record.SetType("Lattice Node");
-      record.SetNumber("POWER", 1.5);
-      slice.GetPointsUpdate()->GetFirst()->SetVectorTypeInfo(record);
-      target.AddSlice(slice);
-    }
-    target.StopAddingSlices();
-  }
+  void WriteRichPart() const { ::WriteRichPart(GetWorkPath("rich.slicestack")); }
 };
 
 class DocumentOfSample : public Document, public testing::WithParamInterface<char const*> {};

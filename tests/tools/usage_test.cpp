@@ -1,6 +1,11 @@
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <iterator>
+#include <sstream>
 #include <thread>
+#include <utility>
 
 #include "tools/Program.h"
 #include "tools/SmallPart.h"
@@ -10,30 +15,148 @@ namespace {
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
-class Usage : public ProgramTest {};
+/// A use of each command, with IN for a slice file, DB for a database and OUT for what is written, without extension.
+constexpr char const* kUses[] = {
+    "info IN",
+    "render IN --layer 0 -o OUT.svg",
+    "view IN -o OUT.html",
+    "convert IN -o OUT.slicestack",
+    "transform IN --rotate 90 -o OUT.cli",
+    "prepare IN --orient -o OUT.cli",
+    "prepare IN --split model -o OUT",
+    "areas IN --layer 0 -o OUT.svg",
+    "areas part.cli --layer 0 --subtract IN",
+    "merge part.cli IN -o OUT.cli",
+    "db put OUT.slicedb IN --id a --revision 1",
+    "db put DB part.cli --id a --revision 1",
+    "db get DB --id a --revision 1 -o OUT.cli",
+    "db list DB",
+    "db drop DB --id a",
+    "generate lattice --size 1 -o OUT.cli",
+};
 
-TEST_F(Usage, EveryCommandHasHelpWithUnitsAndAnExample) {
-  std::string const help = RunSilently({"--help"});
-  EXPECT_THAT(help, AllOf(StartsWith("slicedata: "), HasSubstr("usage: slicedata COMMAND"), HasSubstr("mm")));
-  for (Arguments const& command :
-       std::vector<Arguments>{{"info"}, {"render"}, {"convert"}, {"transform"}, {"generate", "lattice"}}) {
-    EXPECT_THAT(help, HasSubstr("\n  " + command[0] + ' '));
-    std::string line = "slicedata";
-    for (std::string const& word : command) line += ' ' + word;
-    Arguments arguments = command;
+std::vector<std::string> Words(std::string const& line) {
+  std::istringstream stream(line);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/// The text with `name` replaced, or an empty one if that is not in it.
+std::string With(std::string text, std::string const& name, std::string const& replacement) {
+  auto const at = text.find(name);
+  return at == std::string::npos ? "" : text.replace(at, name.size(), replacement);
+}
+
+class Usage : public ProgramTest {
+ protected:
+  std::string GetHelp(std::string const& command) const {
+    Arguments arguments = Words(command);
     arguments.emplace_back("--help");
-    std::string const text = RunSilently(arguments);
-    EXPECT_THAT(text, AllOf(StartsWith(line + ": "), HasSubstr("usage: " + line + ' '), HasSubstr("in mm"),
-                            HasSubstr("Examples:\n  " + line + ' '), HasSubstr("--quiet")));
-    arguments.back() = "-h";
-    EXPECT_EQ(RunSilently(arguments), text);
+    return RunSilently(arguments);
   }
-  EXPECT_THAT(RunSilently({"generate", "--help"}), HasSubstr("lattice"));
+
+  /// The commands below one, as its help lists them.
+  std::vector<std::string> GetCommands(std::string const& above) const {
+    std::string const help = GetHelp(above);
+    std::vector<std::string> commands;
+    auto const begin = help.find("\nCommands:\n");
+    if (begin == std::string::npos) return commands;
+    std::istringstream lines(help.substr(begin + 11));
+    for (std::string line; std::getline(lines, line) && !line.empty();) {
+      if (line[2] != ' ') commands.push_back((above.empty() ? "" : above + ' ') + Words(line)[0]);
+    }
+    return commands;
+  }
+
+  std::vector<std::string> GetAllCommands() const {
+    std::vector<std::string> all = GetCommands("");
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      for (std::string const& command : GetCommands(all[i])) all.push_back(command);
+    }
+    return all;
+  }
+
+  /// Runs into trouble that the line names, and leaves nothing behind.
+  void ExpectTrouble(std::string const& line, std::string const& name) const {
+    auto const files = GetFiles();
+    EXPECT_THAT(RunIntoTrouble(Words(line)), StartsWith("slicedata: " + name)) << line;
+    EXPECT_EQ(GetFiles(), files) << line;
+  }
+};
+
+TEST_F(Usage, EveryCommandTellsItsPurposeOptionsAndAnExample) {
+  EXPECT_THAT(GetHelp(""), AllOf(StartsWith("slicedata: "), HasSubstr("usage: slicedata COMMAND"), HasSubstr("mm")));
   EXPECT_THAT(RunSilently({"--version"}), MatchesRegex("slicedata [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  auto const commands = GetAllCommands();
+  EXPECT_THAT(commands, IsSupersetOf({"info", "db", "db put", "generate", "generate lattice"}));
+  for (std::string const& command : commands) {
+    std::string const line = "slicedata " + command;
+    std::string const help = GetHelp(command);
+    EXPECT_THAT(help, AllOf(StartsWith(line + ": "), HasSubstr("usage: " + line + ' '), HasSubstr("\n  -h, --help "),
+                            HasSubstr("Examples:\n  " + line + ' ')));
+    Arguments const words = Words(command + " -h");
+    EXPECT_EQ(RunSilently(words), help);
+    if (help.find("\nCommands:\n") != std::string::npos) continue;
+
+    auto const use = std::find_if(std::begin(kUses), std::end(kUses), [&](std::string const& text) {
+      return text.substr(0, command.size() + 1) == command + ' ';
+    });
+    ASSERT_NE(use, std::end(kUses)) << command << " has no line in the table of this test";
+    if (!With(*use, "IN", "").empty()) {
+      EXPECT_THAT(help, AllOf(HasSubstr("in mm"), HasSubstr("--quiet"))) << command;
+    }
+  }
+}
+
+TEST_F(Usage, MisspeltWordsAreAnsweredByTheRightOnes) {
+  for (std::string const& command : GetAllCommands()) {
+    Arguments words = Words(command);
+    words.emplace_back("--hlep");
+    EXPECT_THAT(RunIntoTrouble(words), HasSubstr("there is no option '--hlep'; did you mean '--help'?"));
+    words.pop_back();
+    std::string const right = words.back();
+    words.back() += right.back();
+    EXPECT_THAT(RunIntoTrouble(words), HasSubstr("did you mean '" + right + "'?"));
+  }
+}
+
+TEST_F(Usage, InputsThatCannotBeReadAreNamedAndNothingIsWritten) {
+  Write("part.cli", MakeSmallPart(2));
+  for (std::string const extension : {".cli", ".slicestack", ".slicedb"}) {
+    Write("empty" + extension, "");
+    Write("other" + extension, "<svg xmlns=\"http://www.w3.org/2000/svg\"></svg>\n");
+    std::filesystem::create_directory(GetWorkPath("folder" + extension));
+  }
+  for (std::string const use : kUses) {
+    std::string const line = With(use, "OUT", "out").empty() ? use : With(use, "OUT", "out");
+    for (std::string const file :
+         {"missing.cli", "folder.cli", "empty.cli", "other.cli", "empty.slicestack", "other.slicestack"}) {
+      if (auto const bad = With(line, "IN", file); !bad.empty()) ExpectTrouble(bad, file + ": ");
+    }
+    for (std::string const file : {"missing.slicedb", "folder.slicedb", "empty.slicedb", "other.slicedb"}) {
+      if (file == "missing.slicedb" && use.substr(0, 7) == "db put ") continue;  // this makes it
+      if (auto const bad = With(line, "DB", file); !bad.empty()) ExpectTrouble(bad, file + ": ");
+    }
+  }
+}
+
+TEST_F(Usage, TargetsThatCannotBeWrittenAreNamedAndNothingIsWritten) {
+  Write("part.cli", MakeSmallPart(2));
+  RunSilently({"db", "put", "parts.slicedb", "part.cli", "--id", "a", "--revision", "1"});
+  for (std::string const use : kUses) {
+    for (std::string const target : {"missing/out", "part.cli/out"}) {
+      std::string line = With(use, "OUT", target);
+      if (line.empty()) continue;
+      for (auto const& [name, file] : {std::pair("IN", "part.cli"), std::pair("DB", "parts.slicedb")}) {
+        if (auto const complete = With(line, name, file); !complete.empty()) line = complete;
+      }
+      ExpectTrouble(line, target);
+    }
+  }
 }
 
 TEST_F(Usage, WordsThatMakeNoSenseAreOneLineWithAdvice) {
@@ -41,12 +164,14 @@ TEST_F(Usage, WordsThatMakeNoSenseAreOneLineWithAdvice) {
   auto const expect = [&](Arguments const& arguments, std::string const& line) {
     EXPECT_EQ(RunIntoTrouble(arguments), "slicedata: " + line + '\n');
   };
-  expect({}, "no command is given; give one of info, render, convert, transform, prepare, areas, generate, or --help");
+  expect(
+      {},
+      "no command is given; give one of info, render, view, convert, transform, prepare, areas, merge, db, generate, "
+      "or --help");
   expect({"inof", "part.cli"}, "there is no command 'inof'; did you mean 'info'?");
   expect({"translate"}, "there is no command 'translate'; 'slicedata --help' tells what it takes");
   expect({"--quiet", "info", "part.cli"}, "there is no option '--quiet'; options follow the command");
   expect({"generate"}, "generate: no command is given; give one of lattice, or --help");
-  expect({"generate", "latice", "-o", "x.cli"}, "generate: there is no command 'latice'; did you mean 'lattice'?");
   expect({"info"}, "info: FILE is missing; 'slicedata info --help' tells what it takes");
   expect({"info", "part.cli", "b.cli"},
          "info: 'b.cli' is one word too many; 'slicedata info --help' tells what it takes");

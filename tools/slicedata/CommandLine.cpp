@@ -56,8 +56,8 @@ Command& Command::AddCommand(std::string name, std::string summary) {
   return *m_commands.back();
 }
 
-void Command::AddArgument(std::string const& value_name, std::string const& help, Taker take) {
-  m_parameters.push_back({value_name, value_name, help, "", std::move(take), Occurs::Once, Kind::Argument});
+void Command::AddArgument(std::string const& value_name, std::string const& help, Taker take, Occurs occurs) {
+  m_parameters.push_back({value_name, value_name, help, "", std::move(take), occurs, Kind::Argument});
 }
 
 void Command::AddOption(std::string const& names, std::string const& value_name, std::string const& help, Taker take,
@@ -100,8 +100,26 @@ std::vector<std::string> Command::_GetCommandNames() const {
   return names;
 }
 
+std::string Command::MakeUse(std::string const& path) const {
+  std::string use = path;
+  if (!m_commands.empty()) use += " COMMAND";
+  for (Parameter const& parameter : m_parameters) {
+    if (parameter.kind == Kind::Argument) use += ' ' + parameter.GetUse();
+  }
+  for (Parameter const& parameter : m_parameters) {
+    if (parameter.kind == Kind::Argument || !IsRequired(parameter.occurs)) continue;
+    use += ' ' + parameter.names.substr(0, parameter.names.find(',')) + ' ' + parameter.value_name;
+  }
+  return use + " [OPTION...]";
+}
+
 std::string Command::Parameter::GetName() const {
   return names.substr(names.find(',') + 1);
+}
+
+std::string Command::Parameter::GetUse() const {
+  std::string const use = value_name + (IsRepeatable(occurs) ? "..." : "");
+  return IsRequired(occurs) ? use : '[' + use + ']';
 }
 
 /// A command's mirror in the parsing library. That is made to accept all words, and to judge none: unknown and missing
@@ -126,8 +144,12 @@ struct CommandLine::Parser {
       } else {
         option = app.add_option(parameter.names, [](CLI::results_t const&) { return true; })->expected(1);
       }
-      // Whether it may be repeated is told here, too; an argument is full with its first word.
-      if (parameter.kind != Command::Kind::Argument) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      // Whether it may be repeated is told here, too; but an argument that may not is full with its first word.
+      if (parameter.kind != Command::Kind::Argument) {
+        option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      } else if (IsRepeatable(parameter.occurs)) {
+        option->expected(-1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      }
       parameters.emplace_back(option, &parameter);
     }
     commands.reserve(command.m_commands.size());
@@ -174,11 +196,11 @@ struct CommandLine::Parser {
 
   void RefuseWrongCounts() const {
     for (auto const& [option, parameter] : parameters) {
-      if (parameter->occurs == Occurs::Once && option->count() == 0) {
+      if (IsRequired(parameter->occurs) && option->count() == 0) {
         std::string const name = parameter->kind == Command::Kind::Argument ? "" : parameter->GetName() + ' ';
         throw Trouble(subject, name + parameter->value_name + " is missing", GetAdvice());
       }
-      if (parameter->occurs != Occurs::AnyNumber && option->count() > 1) {
+      if (!IsRepeatable(parameter->occurs) && option->count() > 1) {
         throw Trouble(parameter->GetName(), "it is given " + std::to_string(option->count()) + " times",
                       "give it once");
       }
@@ -235,16 +257,7 @@ int CommandLine::Run(int argc, char const* const* argv) const {
 }
 
 std::string CommandLine::_MakeHelp(Command const& command, std::string const& path) {
-  std::string text = path + ": " + command.m_summary + "\n\nusage: " + path;
-  if (!command.m_commands.empty()) text += " COMMAND";
-  for (Command::Parameter const& parameter : command.m_parameters) {
-    if (parameter.kind == Command::Kind::Argument) text += ' ' + parameter.value_name;
-  }
-  for (Command::Parameter const& parameter : command.m_parameters) {
-    if (parameter.kind == Command::Kind::Argument || parameter.occurs != Occurs::Once) continue;
-    text += ' ' + parameter.names.substr(0, parameter.names.find(',')) + ' ' + parameter.value_name;
-  }
-  text += " [OPTION...]\n";
+  std::string text = path + ": " + command.m_summary + "\n\nusage: " + command.MakeUse(path) + '\n';
 
   if (!command.m_commands.empty()) text += "\nCommands:\n";
   for (auto const& child : command.m_commands) AppendRow(text, child->m_name, child->m_summary);

@@ -76,6 +76,17 @@ std::vector<std::string> GetNames(bool (*is_suitable)(Format const&)) {
   return names;
 }
 
+std::vector<std::string> GetExtensions(bool (*is_suitable)(Format const&)) {
+  std::vector<std::string> extensions;
+  for (Format const& format : kFormats) {
+    std::string const extension = format.extension + 1;
+    if (is_suitable(format) && std::find(extensions.begin(), extensions.end(), extension) == extensions.end()) {
+      extensions.push_back(extension);
+    }
+  }
+  return extensions;
+}
+
 Format const& FindFormat(std::string const& path, std::string const& name, bool (*is_suitable)(Format const&),
                          std::string const& option, std::string const& done) {
   std::string extension = std::filesystem::path(path).extension().string();
@@ -105,6 +116,12 @@ std::vector<std::string> GetReadFormatNames() {
 }
 std::vector<std::string> GetWriteFormatNames() {
   return GetNames(IsWritten);
+}
+std::vector<std::string> GetReadExtensions() {
+  return GetExtensions(IsRead);
+}
+std::vector<std::string> GetWriteExtensions() {
+  return GetExtensions(IsWritten);
 }
 
 }  // namespace Tool

@@ -46,5 +46,8 @@ Format const& FindWriteFormat(std::string const& path, std::string const& name);
 
 std::vector<std::string> GetReadFormatNames();
 std::vector<std::string> GetWriteFormatNames();
+/// Without the dot, each once.
+std::vector<std::string> GetReadExtensions();
+std::vector<std::string> GetWriteExtensions();
 
 }  // namespace Tool

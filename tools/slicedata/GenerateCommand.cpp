@@ -20,7 +20,7 @@ struct GenerateOptions {
 
 int RunGenerateLattice(GenerateOptions const& options) {
   Format const& format = CheckOutput(options.output);
-  Input const input("lattice", std::make_unique<SliceFormats::LatticeSource>(options.lattice));
+  Input const input(InputOptions(), "lattice", std::make_unique<SliceFormats::LatticeSource>(options.lattice));
   WriteSlices(input, format, options.output, options.talk);
   return 0;
 }
@@ -37,6 +37,7 @@ void AddMeasure(Command& command, std::string const& name, std::string const& he
 
 void AddGenerateCommand(Command& program) {
   Command& generate = program.AddCommand("generate", "makes slices without an input");
+  generate.AddExample("slicedata generate lattice -o lattice.cli", "a sample to try things on");
   Command& command = generate.AddCommand("lattice", "makes the slices of a gyroid lattice cube");
   auto const options = std::make_shared<GenerateOptions>();
   command.BeginGroup("Lattice");

@@ -182,6 +182,13 @@ PrepareStep ParseStartStep(std::string const& value) {
           }};
 }
 
+std::vector<std::string> GetStartRuleNames() {
+  std::vector<std::string> names;
+  for (StartRule const& rule : GetStartRules())
+    names.push_back(rule.name + std::string(rule.arguments.empty() ? "" : ":"));
+  return names;
+}
+
 PrepareStep ParseContoursToVectorsStep(std::string const& value) {
   ContextContoursToVectors::Options options;
   bool separate = false;

@@ -20,6 +20,13 @@ constexpr std::pair<char const*, e2DSliceStackCachingType> kPagingTypes[] = {
     {"single", e2DSliceStackCachingType::SingleTempFile},
     {"zrange", e2DSliceStackCachingType::ZRange}};
 
+template <class Words>
+std::vector<std::string> GetNames(Words const& words) {
+  std::vector<std::string> names;
+  for (auto const& word : words) names.emplace_back(word.first);
+  return names;
+}
+
 /// The value behind one of a few words.
 template <class Words>
 auto ParseWord(Words const& words, std::string const& text, std::string const& what, std::string const& advice) {
@@ -47,17 +54,23 @@ void TalkOptions::AddTo(Command& command) {
       [this](std::string const& value) {
         progress = ParseWord(kProgressModes, value, "show progress", "give auto, lines or none");
       });
+  command.SetChoices(GetNames(kProgressModes));
   command.AddFlag("-q,--quiet", "say nothing but trouble", [this] { quiet = true; });
   command.AddFlag("-v,--verbose", "say what is done", [this] { verbose = true; });
 }
 
 void InputOptions::AddTo(Command& command, std::string const& value_name) {
   command.AddArgument(value_name, "the slice file to read", Into(path));
+  AddReadingTo(command);
+}
+
+void InputOptions::AddReadingTo(Command& command) {
   command.BeginGroup("Input");
   command.AddOption("--from", "FORMAT",
                     "what the input is, if its name does not tell: " + Join(GetReadFormatNames(), ", ") +
                         "; a CLI file says itself whether it is ASCII or binary",
                     Into(from));
+  command.SetChoices(GetReadFormatNames());
   command.AddOption("--paging", "HOW",
                     "work over a stack of all layers, as a host does, instead of one layer at a time: none keeps all "
                     "in memory, multiple "
@@ -65,6 +78,7 @@ void InputOptions::AddTo(Command& command, std::string const& value_name) {
                     [this](std::string const& value) {
                       paging = ParseWord(kPagingTypes, value, "page", "give none, multiple, single or zrange");
                     });
+  command.SetChoices(GetNames(kPagingTypes));
   command.AddOption("--scratch-dir", "DIR", "where scratch files go; without it to $TMPDIR, or else to /var/tmp",
                     Into(scratch_dir));
 }
@@ -98,26 +112,27 @@ void InputOptions::AddLayerTo(Command& command) {
 }
 
 void OutputOptions::AddTo(Command& command) {
-  _AddTo(command,
-         Join(GetWriteFormatNames(), ", ") +
-             "; cli, also by the name .cli, keeps the form of a CLI input and is binary otherwise",
-         Occurs::Once);
+  _AddTo(command, "OUT", GetWriteFormatNames(),
+         "; cli, also by the name .cli, keeps the form of a CLI input and is binary otherwise", Occurs::Once);
   command.AddFlag("--strict", "refuse to write a file that does not keep everything", [this] { strict = true; });
 }
 
 void OutputOptions::AddPictureTo(Command& command, Occurs occurs) {
   shows_only = true;
-  _AddTo(command, "svg", occurs);
+  _AddTo(command, "OUT.svg", {"svg"}, "", occurs);
   command.AddFlag("--start-points", "mark where each contour begins", [this] { marks.start_points = true; });
   command.AddFlag("--directions", "show by arrow heads which way contours and vectors run",
                   [this] { marks.directions = true; });
 }
 
-void OutputOptions::_AddTo(Command& command, std::string const& formats, Occurs occurs) {
+void OutputOptions::_AddTo(Command& command, std::string const& value_name, std::vector<std::string> const& formats,
+                           std::string const& remark, Occurs occurs) {
   command.BeginGroup("Output");
-  command.AddOption("-o,--output", "OUT", "the file to write; it appears under its name only when it is whole",
+  command.AddOption("-o,--output", value_name, "the file to write; it appears under its name only when it is whole",
                     Into(path), occurs);
-  command.AddOption("--to", "FORMAT", "what to write, if the name does not tell: " + formats, Into(to));
+  command.AddOption("--to", "FORMAT", "what to write, if the name does not tell: " + Join(formats, ", ") + remark,
+                    Into(to));
+  command.SetChoices(formats);
   command.AddFlag("--force", "replace a file that is there", [this] { force = true; });
 }
 

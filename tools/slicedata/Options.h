@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "CommandLine.h"
 #include "Formats.h"
@@ -34,6 +35,8 @@ struct InputOptions {
   bool takes_one_layer = false;                    ///< which the selection has to choose
 
   void AddTo(Command& command, std::string const& value_name);
+  /// The same without the file, for a command that reads several.
+  void AddReadingTo(Command& command);
   void AddSelectionTo(Command& command);
   /// For a command that looks at one layer: --layer or --z.
   void AddLayerTo(Command& command);
@@ -54,7 +57,8 @@ struct OutputOptions {
   void AddPictureTo(Command& command, Occurs occurs = Occurs::Once);
 
  private:
-  void _AddTo(Command& command, std::string const& formats, Occurs occurs);
+  void _AddTo(Command& command, std::string const& value_name, std::vector<std::string> const& formats,
+              std::string const& remark, Occurs occurs);
 };
 
 /// What takes a value into a string, unless it is empty.

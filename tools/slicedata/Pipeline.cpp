@@ -63,16 +63,18 @@ Format const& FindFormat(InputOptions const& options) {
   return FindReadFormat(options.path, options.from);
 }
 
-/// Properties of a source, the thickness of a layer among them as a stack has it.
-void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties) {
-  properties = source.GetProperties();
-  if (long const thickness = source.GetSliceThickness(); thickness > 0) {
-    properties.SetProperty<long>("SliceThickness", thickness);
-  }
+void RefuseLosses(std::string const& name, SliceFormats::FormatReport const& losses) {
+  if (!losses.IsEmpty()) throw Trouble(name, Join(losses.GetNotes(), ", "), "leave out --strict to write the rest");
+}
+
+void RefuseLosses(Input const& input) {
+  for (auto const& part : input.GetParts()) RefuseLosses(*part);
+  RefuseLosses(input.GetName(), input.GetReport());
 }
 
 /// A stack of all slices of a source.
-std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOptions const& options) {
+std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, std::string const& name,
+                                         InputOptions const& options) {
   if (!options.scratch_dir.empty()) {
     if (!std::filesystem::is_directory(options.scratch_dir)) {
       throw Trouble(options.scratch_dir, "it is no directory", "name one for --scratch-dir that is there");
@@ -81,7 +83,7 @@ std::unique_ptr<M2DSliceStack> FillStack(ISource2DSlices const& source, InputOpt
   }
   auto stack = std::make_unique<M2DSliceStack>(*options.paging);
   Run const run(source);
-  NamingFile(options.path, [&] { return M2DSliceStackUtilities::ConvertSourceToSliceStack(source, *stack); });
+  NamingFile(name, [&] { return M2DSliceStackUtilities::ConvertSourceToSliceStack(source, *stack); });
   TakeProperties(source, stack->GetProperties());
   return stack;
 }
@@ -93,6 +95,16 @@ Input::Input(InputOptions const& options)
       m_title(std::filesystem::path(options.path).filename().string()),
       m_format(&FindFormat(options)),
       m_file(NamingFile(m_name, [&] { return m_format->open_source(m_name, &m_report); })) {
+  _Select(options);
+}
+
+Input::Input(InputOptions const& options, std::string name, std::unique_ptr<ISource2DSlices const> source,
+             std::vector<std::unique_ptr<Input>> parts)
+    : m_name(std::move(name)), m_title(m_name), m_parts(std::move(parts)), m_file(std::move(source)) {
+  _Select(options);
+}
+
+void Input::_Select(InputOptions const& options) {
   if (options.takes_one_layer && options.selection.IsEverything()) {
     throw Trouble(m_name, "no layer is chosen", "give --layer with its number or --z with its height");
   }
@@ -105,14 +117,11 @@ Input::Input(InputOptions const& options)
     m_selected = std::make_unique<SelectedSource>(*m_file, m_layers);
   }
   if (options.paging) {
-    m_stack = FillStack(GetSource(), options);
+    m_stack = FillStack(GetSource(), m_name, options);
   } else if (!options.scratch_dir.empty()) {
     throw Trouble("--scratch-dir", "nothing is paged", "give --paging as well, or leave it out");
   }
 }
-
-Input::Input(std::string name, std::unique_ptr<ISource2DSlices const> source)
-    : m_name(std::move(name)), m_title(m_name), m_file(std::move(source)) {}
 
 ISource2DSlices const& Input::GetSource() const {
   if (m_stack != nullptr) return *m_stack;
@@ -127,6 +136,13 @@ Origin Input::GetOrigin() const {
 
 unsigned long Input::GetLayer(unsigned long index) const {
   return m_layers.empty() ? index : m_layers[index];
+}
+
+void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties) {
+  properties = source.GetProperties();
+  if (long const thickness = source.GetSliceThickness(); thickness > 0) {
+    properties.SetProperty<long>("SliceThickness", thickness);
+  }
 }
 
 void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor const& visit) {
@@ -149,6 +165,7 @@ void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor cons
 
 void TellSkipped(Input const& input, TalkOptions const& talk) {
   if (talk.quiet) return;
+  for (auto const& part : input.GetParts()) TellSkipped(*part, talk);
   for (std::string const& note : input.GetReport().GetNotes()) TellNote(input.GetName() + ": " + note);
 }
 
@@ -193,11 +210,8 @@ void Output::_RefuseIfFalse(bool accepted) const {
 /// Under `--strict`, what is lost is the end.
 void Output::_RefuseLosses() const {
   if (!m_options.strict) return;
-  for (auto const& [name, losses] :
-       {std::pair(&m_input.GetName(), &m_input.GetReport()), std::pair(&m_path, &m_report)}) {
-    if (!losses->IsEmpty())
-      throw Trouble(*name, Join(losses->GetNotes(), ", "), "leave out --strict to write the rest");
-  }
+  RefuseLosses(m_input);
+  RefuseLosses(m_path, m_report);
 }
 
 void CheckOutputPath(std::string const& path, OutputOptions const& options) {

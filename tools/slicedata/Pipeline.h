@@ -20,9 +20,11 @@ class Input {
  public:
   /// Opens the file and applies the selection.
   explicit Input(InputOptions const& options);
-  /// \param name    what messages call the source
-  /// \param source  makes the slices itself, without a file
-  Input(std::string name, std::unique_ptr<ISource2DSlices const> source);
+  /// Slices that come from elsewhere than from one file. The selection and the paging are applied.
+  /// \param name   what messages call the source
+  /// \param parts  the inputs that the source reads
+  Input(InputOptions const& options, std::string name, std::unique_ptr<ISource2DSlices const> source,
+        std::vector<std::unique_ptr<Input>> parts = {});
   Input(Input const&) = delete;
   Input& operator=(Input const&) = delete;
 
@@ -37,17 +39,24 @@ class Input {
   /// The number in the whole file of a selected slice.
   unsigned long GetLayer(unsigned long index) const;
   SliceFormats::FormatReport const& GetReport() const { return m_report; }
+  std::vector<std::unique_ptr<Input>> const& GetParts() const { return m_parts; }
 
  private:
+  void _Select(InputOptions const& options);
+
   std::string m_name;
   SliceFormats::FormatReport m_report;
   std::string m_title;
   Format const* m_format = nullptr;     ///< null without a file
   std::vector<unsigned long> m_layers;  ///< the selected ones; none if all are
+  std::vector<std::unique_ptr<Input>> m_parts;
   std::unique_ptr<ISource2DSlices const> m_file;
   std::unique_ptr<ISource2DSlices const> m_selected;  ///< null for all
   std::unique_ptr<M2DSliceStack> m_stack;             ///< null without paging
 };
+
+/// Takes over the properties of a source, the thickness of a layer among them as a stack has it.
+void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties);
 
 /// \param layer  the number of the slice in the whole file
 using SliceVisitor = std::function<void(M2DSlice& slice, unsigned long layer)>;
@@ -55,7 +64,7 @@ using SliceVisitor = std::function<void(M2DSlice& slice, unsigned long layer)>;
 /// Reads the slices of the input one after the other, tells progress, and calls `visit` with each of them.
 void ForEachSlice(Input const& input, TalkOptions const& talk, SliceVisitor const& visit);
 
-/// Tells what the input's format has skipped.
+/// Tells what the format of the input, and of each of its parts, has skipped.
 void TellSkipped(Input const& input, TalkOptions const& talk);
 
 /// A file in the making, from the slices of an input. It appears under its name when it is finished; without that, none

@@ -175,6 +175,7 @@ void AddPrepareCommand(Command& program) {
       "--drop", "TYPES", "remove these types",
       [options](std::string const& value) { options->Add(MakeDropStep(ParseTypePatterns(value))); }, Occurs::AnyNumber);
   add_step("--support", "WHAT", "only removes all but support, none removes support", ParseSupportStep);
+  command.SetChoices({"only", "none"});
   add_step("--set-type", "NAME", "give everything this type, and the properties of its suffixes; other properties stay",
            ParseSetTypeStep);
   add_step("--set-flag", "NAME[=0]", "set a flag, such as IsSupport, or clear it by =0", ParseSetFlagStep);
@@ -184,6 +185,7 @@ void AddPrepareCommand(Command& program) {
            "laser-melting (contours first) or scan-priority (highest first). Each block then has an "
            "IndexScanPriority that tells its place within equals",
            ParseSortStep);
+  command.SetChoices(GetSortRuleNames());
   add_step("--polylines", "MAXGAP",
            "cut vector blocks where the next vector begins further away than this length from the end of the one "
            "before",
@@ -195,6 +197,7 @@ void AddPrepareCommand(Command& program) {
       "layer, where it can be), closest:X,Y (nearest to a place), clockwise:N (N points on) or angle:DEG "
       "(outermost on that side: 0 is low y, 90 high x)",
       ParseStartStep);
+  command.SetChoices(GetStartRuleNames());
   command.AddFlagWithValue("--contours-to-vectors", "[=HOW,...]",
                            "turn contours into vectors; neighbouring ones of one type become one block. overlap:LEN "
                            "lets closed ones go on over their beginning, or stop short of it if it "
@@ -216,6 +219,7 @@ void AddPrepareCommand(Command& program) {
                     "write a file for each model (model) or one for support and one for the rest (support); -o names "
                     "the folder. Operations that follow see one part at a time",
                     [options](std::string const& value) { options->Divide(value); });
+  command.SetChoices({"model", "support"});
 
   options->output.AddTo(command);
   options->talk.AddTo(command);

@@ -26,10 +26,13 @@ PrepareStep ParseSetTypeStep(std::string const& value);
 PrepareStep ParseSetFlagStep(std::string const& value);
 PrepareStep ParseSetIndexStep(std::string const& value);
 PrepareStep ParseSortStep(std::string const& value);
+std::vector<std::string> GetSortRuleNames();
 PrepareStep ParsePolylinesStep(std::string const& value);
 
 // By coordinates; in GeometrySteps.cpp.
 PrepareStep ParseStartStep(std::string const& value);
+/// With the colon behind those that have arguments.
+std::vector<std::string> GetStartRuleNames();
 /// \param value  a list of options, may be empty
 PrepareStep ParseContoursToVectorsStep(std::string const& value);
 PrepareStep MakeVectorsToContoursStep();

@@ -30,13 +30,15 @@ std::vector<std::string> GetTypeNames() {
   return names;
 }
 
+void CheckSuffix(std::string const& name) {
+  Find(M2DSliceVectorTypes::GetSuffixes(), name, "suffix");
+}
+
 M2DSliceVectorTypeInfo ParseTypeInfo(std::string const& text) {
   auto tokens = Split(text, '|');
   for (std::string& token : tokens) token = TrimBlanks(token);
   Find(GetTypeNames(), tokens.front(), "type");
-  for (auto token = tokens.begin() + 1; token != tokens.end(); ++token) {
-    Find(M2DSliceVectorTypes::GetSuffixes(), *token, "suffix");
-  }
+  std::for_each(tokens.begin() + 1, tokens.end(), CheckSuffix);
   M2DSliceVectorTypeInfo info = M2DSliceVectorTypes::ConvertToTypeInfo(Join(tokens, "|"));
   // The name of a record is its own text.
   auto const& record_names = M2DSliceVectorTypeInfo::GetRegistry().GetTypeNames();
@@ -62,14 +64,28 @@ bool TypePattern::Matches(M2DSliceVectorTypeInfo const& info) const {
 
 void TypePattern::ApplyTo(M2DSliceVectorTypeInfo& info) const {
   info.SetType(m_info.GetType().enumerator);
-  for (auto const& [key, value] : m_info.GetIndices()) {
-    if (info.GetIndex(key->enumerator) < 0) info.SetIndex(key->enumerator, value);
-  }
-  for (auto const& [key, value] : m_info.GetFlags()) info.SetFlag(key->enumerator, value);
+  ApplyProperties(m_info, info);
 }
 
 std::string TypePattern::GetText() const {
   return M2DSliceVectorTypes::ConvertToString(m_info);
+}
+
+M2DSliceVectorTypeInfo ParseTypeSuffixes(std::string const& list) {
+  std::string text;
+  for (std::string const& word : Split(list, ',')) {
+    std::string const name = TrimBlanks(word);
+    CheckSuffix(name);
+    text += '|' + name;
+  }
+  return M2DSliceVectorTypes::ConvertToTypeInfo(text);
+}
+
+void ApplyProperties(M2DSliceVectorTypeInfo const& properties, M2DSliceVectorTypeInfo& info) {
+  for (auto const& [key, value] : properties.GetIndices()) {
+    if (info.GetIndex(key->enumerator) < 0) info.SetIndex(key->enumerator, value);
+  }
+  for (auto const& [key, value] : properties.GetFlags()) info.SetFlag(key->enumerator, value);
 }
 
 std::vector<TypePattern> ParseTypePatterns(std::string const& list) {

@@ -24,6 +24,13 @@ class TypePattern {
   M2DSliceVectorTypeInfo m_info;
 };
 
+/// The properties that suffixes of the readable names stand for, such as "Support,Core", as a record of no type. Throws
+/// `Trouble` that lists the known ones and tells the nearest.
+M2DSliceVectorTypeInfo ParseTypeSuffixes(std::string const& list);
+
+/// Gives a record the indices and flags of another one. What else it has stays, and so does an index that it has.
+void ApplyProperties(M2DSliceVectorTypeInfo const& properties, M2DSliceVectorTypeInfo& info);
+
 /// Patterns with commas between them.
 std::vector<TypePattern> ParseTypePatterns(std::string const& list);
 

@@ -138,15 +138,19 @@ PrepareStep ParseSetIndexStep(std::string const& value) {
 }
 
 PrepareStep ParseSortStep(std::string const& value) {
-  std::vector<std::string> names;
   for (SortRule const& rule : kSortRules) {
     if (value == rule.name) {
       return {"sort the vector blocks by the rule " + value,
               [sort = rule.sort](M2DSlice& slice, unsigned long) { sort(*slice.GetVectorsUpdate()); }};
     }
-    names.emplace_back(rule.name);
   }
-  throw Trouble("", "there is no rule '" + value + "'", "give one of " + Join(names, ", "));
+  throw Trouble("", "there is no rule '" + value + "'", "give one of " + Join(GetSortRuleNames(), ", "));
+}
+
+std::vector<std::string> GetSortRuleNames() {
+  std::vector<std::string> names;
+  for (SortRule const& rule : kSortRules) names.emplace_back(rule.name);
+  return names;
 }
 
 PrepareStep ParsePolylinesStep(std::string const& value) {

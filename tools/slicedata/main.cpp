@@ -15,6 +15,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Console.h"
+#include "Manual.h"
 #include "PartFiles.h"
 
 namespace {
@@ -72,10 +73,13 @@ int Run(int argc, char const* const* argv) {
                         "looks into slice files of additive manufacturing, converts, maps, prepares and draws them");
   Tool::AddInfoCommand(program);
   Tool::AddRenderCommand(program);
+  Tool::AddViewCommand(program);
   Tool::AddConvertCommand(program);
   Tool::AddTransformCommand(program);
   Tool::AddPrepareCommand(program);
   Tool::AddAreasCommand(program);
+  Tool::AddMergeCommand(program);
+  Tool::AddDatabaseCommand(program);
   Tool::AddGenerateCommand(program);
   program.AddHelp(
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
@@ -86,6 +90,14 @@ int Run(int argc, char const* const* argv) {
   program.AddExample("slicedata generate lattice -o lattice.cli", "makes a sample to try things on");
   program.AddExample("slicedata info lattice.cli", "tells what is in it");
   program.AddExample("slicedata render lattice.cli --layer 100 -o layer.svg", "draws one of its layers");
+  // For the build, which installs what this writes.
+  if (argc == 3 && argv[1] == std::string("--generate")) {
+    bool const is_page = argv[2] == std::string("man");
+    if (is_page || argv[2] == std::string("bash")) {
+      Tool::WriteOutput(is_page ? Tool::MakeManualPage(program, SLICEDATA_VERSION) : Tool::MakeBashCompletion(program));
+      return 0;
+    }
+  }
   return Tool::CommandLine(program, SLICEDATA_VERSION).Run(argc, argv);
 }
 
@@ -94,6 +106,7 @@ char const* GetAdvice(std::error_code const& code) {
   if (code == std::errc::no_space_on_device) return "free some space, or write to another disk";
   if (code == std::errc::file_too_large) return "write to another disk, or raise the limit on file sizes (ulimit -f)";
   if (code == std::errc::no_such_file_or_directory) return "check the name, and make the folder first";
+  if (code == std::errc::not_a_directory) return "check the name: a folder in it is a file";
   if (code == std::errc::permission_denied || code == std::errc::operation_not_permitted ||
       code == std::errc::read_only_file_system) {
     return "get the right to it, or name another place";

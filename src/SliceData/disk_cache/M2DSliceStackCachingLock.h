@@ -28,7 +28,8 @@ class VELSDK_EXPORT M2DSliceStackCachingLock {
   /// the nearest multiple of `step`, halves upward, if it is more than a step. So it may exceed advice and maximum by
   /// half a step.
   ///
-  /// \param step  positive
+  /// \param maximum  how many the producer can take
+  /// \param step     how many it takes in one go; positive
   unsigned long GetMaxAdvicedDataBuffer(unsigned long maximum, unsigned long step);
 
  private:

@@ -55,7 +55,10 @@ class VELSDK_EXPORT M2DSliceTempFile {
 
   /// Makes sure that `file` has not grown beyond `max_file_size`; begins a new one where there is none or it has.
   ///
-  /// \param num_files  counts the files that are made
+  /// \param file           the current file, or null
+  /// \param max_file_size  in bytes
+  /// \param strategy       number of the strategy, for the name of the file
+  /// \param num_files      counts the files that are made
   static void _EnsureRoom(boost::shared_ptr<M2DSliceTempFile>& file, unsigned long max_file_size,
                           unsigned long strategy, unsigned long& num_files);
 

@@ -47,6 +47,7 @@ class VELSDK_EXPORT ContourStartingPointCalculatorRepeatAfter : public IContourS
 /// hop goes forward, so that they pass the first segment twice; installed processes depend on it.
 class VELSDK_EXPORT ContourStartingPointCalculatorMetal : public IContourStartingPointCalculator {
  public:
+  /// \param index        which of the turns, such as the number of the layer
   /// \param repeatCount  0 becomes 1 at the first use; with a negative one all groups begin at the first point
   /// \param stepLength   in internal units; if the length to walk is below 1, the result is where the group begins
   ContourStartingPointCalculatorMetal(unsigned long index, long repeatCount, long stepLength);
@@ -72,9 +73,10 @@ class VELSDK_EXPORT ContourStartingPointCalculatorMetal : public IContourStartin
 /// valid; the last one is recorded in any case. An open contour keeps its first point and records nothing.
 class VELSDK_EXPORT ContourStartingPointCalculatorRandom : public IContourStartingPointCalculator {
  public:
-  /// \param z     third coordinate of the points that are tested and recorded. With the smallest `long` the first point
-  ///              drawn is recorded without a test.
-  /// \param data  may be null
+  /// \param index  such as the number of the layer; another one gives other points
+  /// \param z      third coordinate of the points that are tested and recorded. With the smallest `long` the first
+  ///               point drawn is recorded without a test.
+  /// \param data   may be null
   ContourStartingPointCalculatorRandom(unsigned long index, long z, std::shared_ptr<IStartPointData> data);
   ~ContourStartingPointCalculatorRandom() override;
 
@@ -91,8 +93,10 @@ class VELSDK_EXPORT ContourStartingPointCalculatorRandom : public IContourStarti
 /// are 0.
 class VELSDK_EXPORT ContourStartingPointCalculatorRandomMinDistance : public IContourStartingPointCalculator {
  public:
-  /// \param data  may be null; what is no `StartPointDataPerSlice` counts as null. Nobody else may use it during a
-  ///              calculation: its points are read without its lock.
+  /// \param index  such as the number of the layer; another one gives other points
+  /// \param z      third coordinate of the points that are tested and recorded
+  /// \param data   may be null; what is no `StartPointDataPerSlice` counts as null. Nobody else may use it during a
+  ///               calculation: its points are read without its lock.
   ContourStartingPointCalculatorRandomMinDistance(unsigned long index, long z, boost::shared_ptr<IStartPointData> data);
   ~ContourStartingPointCalculatorRandomMinDistance() override;
 

@@ -33,6 +33,8 @@ struct ContextContoursToVectors {
 /// Appends the vectors of the contour to the block, which takes over the contour's type record: from point to point,
 /// and for a closed contour back to the first. A contour without points leaves the block as it was, its type too.
 ///
+/// \param contour  stays as it is
+/// \param block    may hold vectors already, which stay
 /// \param context  its `startPoint`, if any, is a point of this contour. Open contours run in stored order whatever it
 ///                 says; one that is begun in the middle runs on from its last point to its first.
 VELSDK_EXPORT void ConvertContourToVectors(M2DSliceContour const& contour, M2DSliceVectorBlock& block,
@@ -46,18 +48,22 @@ VELSDK_EXPORT void ConvertContourToVectors(M2DSliceContour const& contour, M2DSl
 /// contours of its type that follow directly go to this block and are lost with it at the end of the call. Remove such
 /// contours first.
 ///
-/// \param context  its `startPoint` is set anew for each contour and keeps the last value. The calculator is asked for
-///                 closed contours only, those without points too.
+/// \param contours  stay as they are
+/// \param vectors   may hold blocks already, which stay
+/// \param context   its `startPoint` is set anew for each contour and keeps the last value. The calculator is asked for
+///                  closed contours only, those without points too.
 VELSDK_EXPORT void AddContoursToVectorLayer(M2DSliceContourLayer const& contours, M2DSliceVectorLayer& vectors,
                                             ContextContoursToVectors& context);
 VELSDK_EXPORT void AddContoursToVectorLayer(M2DSliceContourLayer const& contours, M2DSliceVectorLayer& vectors);
 
 /// Lengthens or shortens the run of vectors from `firstIndex` to the end of the block; only if the contour is closed.
 ///
-/// \param overlap  in internal units, limited to `kMaxContourOverlap` either way. Positive: the run repeats its
-/// beginning for this
-///                 length, at most once as a whole. Negative: the run ends earlier by this length, or vanishes. The
-///                 vector cut is truncated to integers.
+/// \param contour     that the run was made from
+/// \param block       ends with the run
+/// \param firstIndex  of the run's first vector in the block
+/// \param overlap     in internal units, limited to `kMaxContourOverlap` either way. Positive: the run repeats its
+///                    beginning for this length, at most once as a whole. Negative: the run ends earlier by this
+///                    length, or vanishes. The vector cut is truncated to integers.
 VELSDK_EXPORT void AdjustVectorsForContourOverlap(M2DSliceContour const& contour, M2DSliceVectorBlock& block,
                                                   unsigned long firstIndex, long overlap);
 

@@ -22,6 +22,7 @@ class VELSDK_EXPORT MSaxM2DSlice final : public ISAXPersistHelper {
  public:
   /// For reading a slice of a stack.
   ///
+  /// \param stack        gets the slice
   /// \param stream_name  of binary values; outlives this; may be null
   MSaxM2DSlice(M2DSliceStackReference stack, char const* stream_name);
   /// `slice` and the name, which may be null, outlive this.

@@ -36,6 +36,7 @@ class VELSDK_EXPORT MSaxM2DSliceElement : public ISAXPersistHelper {
   bool Write(MSAXWriter& writer) const override;
 
  protected:
+  /// \param target       the element to read or write
   /// \param stream_name  of binary values; outlives this; null for values without a name
   MSaxM2DSliceElement(Target target, char const* stream_name);
   ~MSaxM2DSliceElement() override;

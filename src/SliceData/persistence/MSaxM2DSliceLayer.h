@@ -20,6 +20,7 @@ class VELSDK_EXPORT MSaxM2DSliceLayer : public ISAXPersistHelper {
   bool Write(MSAXWriter& writer) const override;
 
  protected:
+  /// \param component    whose layer is read or written; outlives this
   /// \param stream_name  of binary values; outlives this; null for values without a name
   MSaxM2DSliceLayer(Component* component, char const* stream_name);
   ~MSaxM2DSliceLayer() override;

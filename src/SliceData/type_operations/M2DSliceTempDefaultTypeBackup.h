@@ -22,6 +22,8 @@ class VELSDK_EXPORT M2DSliceTempDefaultTypeBackup {
   /// Keeps the records and then changes all four. Lets exceptions of the slice's hooks and `std::bad_alloc` pass; the
   /// records are as before then.
   ///
+  /// \param slice  whose layers get other records
+  /// \param type   the temporary record
   /// \param merge  merges `type`, with its indices and flags, into each record; otherwise `type` replaces it
   M2DSliceTempDefaultTypeBackup(M2DSlice& slice, M2DSliceVectorTypeInfo const& type, bool merge);
 

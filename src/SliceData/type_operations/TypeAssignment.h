@@ -36,6 +36,8 @@ VELSDK_EXPORT void CopyDefaultTypeInfo(M2DSlice& target, M2DSlice const& source)
 
 /// Merges `type` into a record: `M2DSliceVectorTypeInfo::MergeWith`.
 ///
+/// \param info           the record
+/// \param type           what it gets
 /// \param merge_indices  whether the indices of `type` are taken over
 /// \param merge_flags    whether its flags are
 VELSDK_EXPORT void MergeTypeInfo(M2DSliceVectorTypeInfo& info, M2DSliceVectorTypeInfo const& type, bool merge_indices,
@@ -63,6 +65,7 @@ VELSDK_EXPORT void MergeDefaultTypeInfo(M2DSlice& target, M2DSlice const& source
 
 /// The one record that all elements of the layer share.
 ///
+/// \param layer   whose elements are asked
 /// \param result  becomes that record; `General` without entries if there is none
 /// \return false if there is none: records differ, or the layer is empty. Records that read the same are equal, so that
 ///         an entry with its default value counts as no entry; the result is then the first one's.

@@ -17,6 +17,7 @@ constexpr char const* kStackDocumentKind = "SliceStack";
 /// slice below.
 ///
 /// \param path    of a document of the kind "SliceStack"
+/// \param stack   gets the content
 /// \param report  if given, receives what the document holds and this library does not know
 ///
 /// Takes the lock of the stack slice by slice. What can be pushed goes straight

@@ -1,5 +1,6 @@
 #include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceFormats/svg/SvgTarget.h>
+#include <SliceFormats/svg/TypeColours.h>
 
 #include <algorithm>
 #include <array>
@@ -22,37 +23,10 @@ using TypeKey = M2DSliceVectorTypeInfo::TypeKey;
 
 constexpr long kUnitsPerMm = 10000;
 
-// Colours that differ in lightness as well as in hue (after M. Okabe and K. Ito, "Color Universal Design", and P. Tol,
-// "Colour Schemes"). One for each built-in type, in the order of the enumeration.
-constexpr std::array<char const*, M2DSliceVectorTypeInfo::Registry::kNumTypes> kTypeColours = {
-    "#6e6e6e",  // General
-    "#0072b2",  // Border
-    "#117733",  // BorderDown
-    "#aa4499",  // BorderUp
-    "#332288",  // BorderAdditional
-    "#882255",  // BorderAdditionalOutside
-    "#e08a00",  // Hatching
-    "#44aa99",  // HatchingDown
-    "#cc6677",  // HatchingUp
-    "#d55e00",  // HatchingBorder
-    "#009e73",  // HatchingDownBorder
-    "#cc79a7",  // HatchingUpBorder
-};
-// For types that are registered at run time, by their names.
-constexpr std::array<char const*, 7> kFurtherColours = {"#999933", "#661100", "#6699cc", "#aa4466",
-                                                        "#4477aa", "#b8860b", "#225555"};
-
-char const* GetColour(TypeKey const& type) {
-  auto const position = static_cast<std::size_t>(type.enumerator);
-  if (position < kTypeColours.size()) return kTypeColours[position];
-  std::uint32_t hash = 2166136261u;  // FNV-1a: the same name has the same colour in every process
-  for (char const c : type.name) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
-  return kFurtherColours[hash % kFurtherColours.size()];
-}
-
 /// Neighbouring areas differ; the grey of `General` is none of their colours.
 char const* GetColourOfArea(long area) {
-  return kTypeColours[1 + static_cast<unsigned long>(area) % (kTypeColours.size() - 1)];
+  constexpr auto& kColours = TypeColours::kBuiltIn;
+  return kColours[1 + static_cast<unsigned long>(area) % (kColours.size() - 1)];
 }
 
 /// Writes units as millimetres with as few decimals as are exact. Takes 24 characters at most.
@@ -239,7 +213,7 @@ class SvgDrawing final : public FileWriting {
   }
 
   static char const* _GetColour(Entry const& entry) {
-    return entry.area < 0 ? GetColour(*entry.type) : GetColourOfArea(entry.area);
+    return entry.area < 0 ? TypeColours::Get(*entry.type) : GetColourOfArea(entry.area);
   }
 
   void _Add(M2DSlice const& slice) override {

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <SliceData/slice_data_cache/CachedSliceStack.h>
+#include <SliceData/slice_data_cache/DatabaseCachedSliceStacks.h>
+
+#include <string>
+
+namespace Tool {
+
+/// A database document, open for a command.
+class Database {
+ public:
+  enum class Use { Read, Change, ChangeOrMake };
+
+  /// Reads the keys of the database; its stacks stay where they are. Whoever is to change it waits for others who
+  /// change a database in the same folder. Throws `Trouble` if it is not there, unless it may be made.
+  Database(std::string path, Use use);
+  ~Database();
+  Database(Database const&) = delete;
+  Database& operator=(Database const&) = delete;
+
+  SliceDataCaching::DatabaseCachedSliceStacks& GetStacks() { return m_stacks; }
+
+  /// Brings the stacks of an entry into memory. Throws `Trouble` that names the entry if they are damaged.
+  void Load(SliceDataCaching::CachedSliceStack& entry) const;
+  /// The number of slices in all stacks of an entry, from the contents of their documents alone. Throws as `Load`.
+  unsigned long CountSlices(SliceDataCaching::CachedSliceStack const& entry) const;
+
+  /// Writes the database over itself. The old one stays until the new one is whole.
+  void Save();
+
+  /// "part 'gear', revision '2'"
+  static std::string Describe(SliceDataCaching::CachedSliceStackKeyInfo::ID const& id);
+
+ private:
+  [[noreturn]] void _FailDamaged(SliceDataCaching::CachedSliceStack const& entry, std::string const& cause) const;
+  void _RefuseDamagedEntries() const;
+
+  std::string m_path;
+  int m_lock = -1;  ///< the folder, locked; -1 without
+  SliceDataCaching::DatabaseCachedSliceStacks m_stacks{false};
+};
+
+}  // namespace Tool

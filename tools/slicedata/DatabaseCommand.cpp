@@ -1,0 +1,394 @@
+#include <SliceData/platform/math/MMTransformMatrix.h>
+#include <SliceData/platform/units/MUnit.h>
+#include <SliceData/slice_data_cache/CachedSliceStackSelectorDefault.h>
+#include <SliceData/slice_data_cache/ICachedSliceStackSelector.h>
+#include <SliceData/slice_model/M2DSlice.h>
+#include <SliceData/slice_model/M2DSliceBaseInfo.h>
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "Console.h"
+#include "Database.h"
+#include "Length.h"
+#include "MergedSource.h"
+#include "Pipeline.h"
+#include "PlacedSource.h"
+#include "Text.h"
+#include "Trouble.h"
+
+namespace Tool {
+
+namespace {
+
+using SliceDataCaching::CachedSliceStack;
+using SliceDataCaching::CachedSliceStackKeyInfo;
+using SliceDataCaching::CachedSliceStackSelectorDefault;
+
+/// What 'put' and 'get' say of an entry.
+struct KeyOptions {
+  std::string id;
+  std::string revision;
+  std::optional<long> thickness;
+  std::optional<MMTransformMatrix> position;
+  std::string type;  ///< empty: not told
+
+  void AddTo(Command& command, std::string const& without_thickness, std::string const& without_type,
+             std::string const& position_help);
+  CachedSliceStackKeyInfo MakeKey() const;
+};
+
+/// The entries that a request means: what it does not tell may be any.
+class RequestSelector final : public SliceDataCaching::ICachedSliceStackSelector {
+ public:
+  /// \param options  outlives this
+  explicit RequestSelector(KeyOptions const& options)
+      : m_options(options), m_key(options.MakeKey()), m_default(&m_key) {}
+
+  bool _OnIsSuitedCachedStack(CachedSliceStack* stack) const override {
+    return m_default.HasSuitedType(stack) && m_default.HasSuitedID(stack) &&
+           (!m_options.thickness || m_default.HasSuitedZInfo(stack)) &&
+           (!m_options.position || m_default.HasSuitedTransformation(stack));
+  }
+
+ private:
+  KeyOptions const& m_options;
+  CachedSliceStackKeyInfo m_key;
+  CachedSliceStackSelectorDefault m_default;
+};
+
+MMTransformMatrix ParsePosition(std::string const& text) {
+  auto const lengths = Split(text, ',');
+  if (lengths.size() != 3) throw Trouble("", "'" + text + "' is no position", "give X,Y,Z in mm, such as 10,0,0.5");
+  MMTransformMatrix position;
+  position.MakeTranslation(static_cast<double>(ParseLength(lengths[0])), static_cast<double>(ParseLength(lengths[1])),
+                           static_cast<double>(ParseLength(lengths[2])));
+  return position;
+}
+
+void KeyOptions::AddTo(Command& command, std::string const& without_thickness, std::string const& without_type,
+                       std::string const& position_help) {
+  command.BeginGroup("Key");
+  command.AddOption("--id", "ID", "which part; letter case does not count", Into(id), Occurs::Once);
+  command.AddOption("--revision", "REV", "which revision of it", Into(revision), Occurs::Once);
+  command.AddOption("--thickness", "LEN", "of a layer; without it " + without_thickness,
+                    [this](std::string const& value) { thickness = ParsePositiveLength(value); });
+  command.AddOption("--at", "X,Y,Z", position_help,
+                    [this](std::string const& value) { position = ParsePosition(value); });
+  command.AddOption("--type", "NAME", "what kind of slices, letter by letter; without it " + without_type, Into(type));
+}
+
+CachedSliceStackKeyInfo KeyOptions::MakeKey() const {
+  CachedSliceStackKeyInfo key;
+  key.m_id = {id, revision};
+  key.m_z_info.thickness = thickness.value_or(0);
+  if (position) key.m_transform = *position;
+  if (!type.empty()) key.m_properties.SetProperty<std::string>(SliceDataCaching::PropertyNameCacheType, type);
+  return key;
+}
+
+std::string const* FindType(CachedSliceStackKeyInfo const& key) {
+  return key.m_properties.GetValue<std::string>(SliceDataCaching::PropertyNameCacheType);
+}
+
+// Putting
+
+struct PutOptions {
+  std::string database;
+  InputOptions input;
+  KeyOptions key;
+  TalkOptions talk;
+};
+
+/// The step from layer to layer of a source. Throws `Trouble` if there is not one for all.
+long FindLayerStep(Input const& input) {
+  ISource2DSlices const& source = input.GetSource();
+  if (long const thickness = source.GetSliceThickness(); thickness > 0) return thickness;
+  auto const get_step = [&](unsigned long i) { return source.GetSliceZPosition(i) - source.GetSliceZPosition(i - 1); };
+  unsigned long const num_slices = source.GetNumSlices();
+  bool is_even = num_slices > 1;
+  for (unsigned long i = 2; i < num_slices && is_even; ++i) is_even = get_step(i) == get_step(1);
+  if (!is_even) {
+    throw Trouble(input.GetName(), "it does not tell how thick a layer is, nor do its heights",
+                  "give --thickness, such as --thickness 30um");
+  }
+  return get_step(1);
+}
+
+boost::shared_ptr<M2DSliceStack> ReadStack(Input const& input, TalkOptions const& talk) {
+  auto stack = boost::make_shared<M2DSliceStack>();
+  ForEachSlice(input, talk, [&](M2DSlice& slice, unsigned long) {
+    stack->AddSlicePosition(slice.GetZArea())->CopyFrom(slice, true);  // with its whole Z area
+  });
+  TakeProperties(input.GetSource(), stack->GetProperties());
+  return stack;
+}
+
+int RunPut(PutOptions const& options) {
+  if (std::filesystem::path(options.database).extension() != ".slicedb") {
+    throw Trouble(options.database, "its name does not tell a database", "name it .slicedb");
+  }
+  Input const input(options.input);
+  CachedSliceStackKeyInfo key = options.key.MakeKey();
+  if (!options.key.thickness) key.m_z_info.thickness = FindLayerStep(input);
+  auto const stack = ReadStack(input, options.talk);
+
+  Database database(options.database, Database::Use::ChangeOrMake);
+  // Where the slices lie is no matter to whoever looks for them: those of another position are replaced, too.
+  CachedSliceStackSelectorDefault const is_same(&key);
+  for (CachedSliceStack* const entry : database.GetStacks().GetAllCachedStacks()) {
+    bool const both_have_type = (FindType(key) == nullptr) == (FindType(*entry) == nullptr);
+    if (both_have_type && is_same._OnIsSuitedCachedStack(entry)) database.GetStacks().RemoveCachedSliceStack(entry);
+  }
+  database.GetStacks().AddCachedSliceStack(key)->SetSliceStack({stack}, key.m_z_info, nullptr);
+  database.Save();
+
+  TellSkipped(input, options.talk);
+  if (options.talk.verbose && !options.talk.quiet) {
+    TellNote(options.database + ": " + Count(stack->GetNumSlices(), "layer") + " put as " +
+             Database::Describe(key.m_id));
+  }
+  return 0;
+}
+
+void AddPutCommand(Command& db) {
+  Command& command = db.AddCommand("put", "keeps the slices of a file in a database");
+  auto const options = std::make_shared<PutOptions>();
+  command.AddArgument("DB", "the database, a .slicedb file; it is made if it is not there", Into(options->database));
+  options->input.AddTo(command, "FILE");
+  options->input.AddSelectionTo(command);
+  options->key.AddTo(command, "the step between the layers of the file", "none is kept",
+                     "where the part stands in the file; without it at 0,0,0");
+  options->talk.AddTo(command);
+  command.AddHelp(
+      "An entry with an equal key is replaced: part, revision, thickness and type, wherever it stands. Lengths are in "
+      "mm; 30um and 0.03mm are understood, too. The database is written anew and takes its name when it is whole, so "
+      "the disk has to hold both for a while.");
+  command.AddExample("slicedata db put cache.slicedb gear.cli --id gear --revision 2",
+                     "keeps what the slicer has made of a part");
+  command.SetAction([options] { return RunPut(*options); });
+}
+
+// Getting
+
+struct GetOptions {
+  std::string database;
+  KeyOptions key;
+  InputOptions input;
+  OutputOptions output;
+  TalkOptions talk;
+};
+
+PlacedSource::Offset FindOffset(CachedSliceStack& entry, MMTransformMatrix const* position) {
+  MMTransformMatrix translation;
+  entry.GetAdditionalTransformation(position, translation);
+  double x = 0, y = 0, z = 0;
+  translation.GetTranslation(x, y, z);
+  return {static_cast<long>(x), static_cast<long>(y), static_cast<long>(z)};
+}
+
+/// What cannot be moved.
+void RefusePointsAndAreas(std::string const& database, CachedSliceStack const& entry, M2DSliceStack const& stack) {
+  for (unsigned long i = 0; i < stack.GetNumSlices(); ++i) {
+    M2DSlice const& slice = *stack.GetSlice(i);
+    if (slice.GetPointsComponent().GetNumElements() == 0 && slice.GetAreasComponent().GetNumElements() == 0) continue;
+    throw Trouble(database,
+                  "the slices of " + Database::Describe(entry.m_id) +
+                      " hold points or area contours, which are not carried to another position",
+                  "leave out --at, and move them by 'slicedata transform'");
+  }
+}
+
+int RunGet(GetOptions const& options) {
+  Format const& format = CheckOutput(options.output);
+  Database database(options.database, Database::Use::Read);
+  CachedSliceStack* const entry = database.GetStacks().GetSuitedCachedStack(RequestSelector(options.key));
+  if (entry == nullptr || entry->m_data.empty()) {
+    if (!options.talk.quiet) {
+      TellNote(options.database + ": no slices of " + Database::Describe({options.key.id, options.key.revision}) +
+               " that fit; 'slicedata db list' tells what is there");
+    }
+    return 1;
+  }
+
+  database.Load(*entry);
+  MMTransformMatrix const* const position = options.key.position ? &*options.key.position : nullptr;
+  PlacedSource::Offset const offset = FindOffset(*entry, position);
+  std::vector<std::unique_ptr<ISource2DSlices const>> sources;
+  for (auto const& stack : entry->GetStacks()) {
+    if (position != nullptr) RefusePointsAndAreas(options.database, *entry, *stack);
+    sources.push_back(std::make_unique<PlacedSource>(*stack, offset));
+  }
+  auto source =
+      sources.size() == 1 ? std::move(sources.front()) : std::make_unique<MergedSource>(std::move(sources), false);
+  Input const input(options.input, options.database, std::move(source));
+  WriteSlices(input, format, options.output, options.talk);
+  return 0;
+}
+
+void AddGetCommand(Command& db) {
+  Command& command = db.AddCommand("get", "writes slices that a database keeps to a file");
+  auto const options = std::make_shared<GetOptions>();
+  command.AddArgument("DB", "the database, a .slicedb file", Into(options->database));
+  options->key.AddTo(command, "any", "any", "where the part is to stand; without it where it stood");
+  options->input.AddSelectionTo(command);
+  options->output.AddTo(command);
+  options->talk.AddTo(command);
+  command.AddHelp(
+      "The oldest entry that fits is taken; if none does, one line says so and the exit code is 1. The database stays "
+      "as it is. Lengths are in mm; 30um and 0.03mm are understood, too. Points and area contours cannot be moved: "
+      "with --at, slices that hold them are refused.");
+  command.AddExample("slicedata db get cache.slicedb --id gear --revision 2 -o gear.cli",
+                     "the slices as they were put");
+  command.AddExample("slicedata db get cache.slicedb --id gear --revision 2 --at 40,25,0 -o placed.cli",
+                     "the same, with the part's origin at x 40 and y 25 mm");
+  command.SetAction([options] { return RunGet(*options); });
+}
+
+// Listing
+
+struct ListOptions {
+  std::string database;
+  bool json = false;
+};
+
+/// A line of the list.
+struct ListedEntry {
+  CachedSliceStack const& entry;
+  std::string const* type;  ///< null without one
+  unsigned long num_slices;
+  std::size_t num_used_positions;
+};
+
+std::vector<ListedEntry> ListEntries(Database& database) {
+  std::vector<ListedEntry> entries;
+  for (CachedSliceStack const* const entry : database.GetStacks().GetAllCachedStacks()) {
+    std::vector<MMTransformMatrix const*> positions;
+    entry->GetUsedPositions(positions);
+    entries.push_back({*entry, FindType(*entry), database.CountSlices(*entry), positions.size()});
+  }
+  return entries;
+}
+
+std::string MakeJson(std::vector<ListedEntry> const& entries) {
+  std::string text = "{\n  \"schema\": 1,\n  \"unitsPerMm\": " + std::to_string(MUnit::GetIE()) + ",\n  \"entries\": [";
+  for (ListedEntry const& listed : entries) {
+    text += &listed == &entries.front() ? "\n" : ",\n";
+    text += "    {\"id\": " + JsonString(listed.entry.m_id.m_global) +
+            ", \"revision\": " + JsonString(listed.entry.m_id.m_revision) +
+            ", \"thickness\": " + std::to_string(listed.entry.m_z_info.thickness) +
+            ", \"type\": " + (listed.type != nullptr ? JsonString(*listed.type) : "null") +
+            ", \"slices\": " + std::to_string(listed.num_slices) +
+            ", \"usedPositions\": " + std::to_string(listed.num_used_positions) + "}";
+  }
+  return text + (entries.empty() ? "]\n}\n" : "\n  ]\n}\n");
+}
+
+std::string MakeText(std::vector<ListedEntry> const& entries) {
+  std::vector<std::vector<std::string>> rows = {{"id", "revision", "thickness", "type", "slices", "used positions"}};
+  for (ListedEntry const& listed : entries) {
+    rows.push_back({Printable(listed.entry.m_id.m_global), Printable(listed.entry.m_id.m_revision),
+                    FormatLength(listed.entry.m_z_info.thickness) + " mm",
+                    listed.type != nullptr ? Printable(*listed.type) : "-", std::to_string(listed.num_slices),
+                    std::to_string(listed.num_used_positions)});
+  }
+  std::vector<std::size_t> widths(rows.front().size(), 0);
+  for (auto const& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  std::string text;
+  for (auto& row : rows) {
+    for (std::size_t i = 0; i + 1 < row.size(); ++i) row[i].resize(widths[i], ' ');
+    text += Join(row, "  ") + '\n';
+  }
+  return text;
+}
+
+int RunList(ListOptions const& options) {
+  Database database(options.database, Database::Use::Read);
+  auto const entries = ListEntries(database);
+  WriteOutput(options.json ? MakeJson(entries) : MakeText(entries));
+  return 0;
+}
+
+void AddListCommand(Command& db) {
+  Command& command = db.AddCommand("list", "tells what a database keeps");
+  auto const options = std::make_shared<ListOptions>();
+  command.AddArgument("DB", "the database, a .slicedb file", Into(options->database));
+  command.BeginGroup("Output");
+  command.AddFlag("--json",
+                  "for programs; lengths are in internal units (10000 units are 1 mm), the type is null where none is "
+                  "kept",
+                  [options] { options->json = true; });
+  command.AddHelp("One line for each entry, the oldest first: key, number of slices, positions at which it was used.");
+  command.AddExample("slicedata db list cache.slicedb", "a table for people");
+  command.SetAction([options] { return RunList(*options); });
+}
+
+// Dropping
+
+struct DropOptions {
+  std::string database;
+  std::string id;
+  std::string revision;  ///< empty: any
+  TalkOptions talk;
+};
+
+int RunDrop(DropOptions const& options) {
+  Database database(options.database, Database::Use::Change);
+  unsigned long num_dropped = 0;
+  for (CachedSliceStack* const entry : database.GetStacks().GetAllCachedStacks()) {
+    std::string const& revision = options.revision.empty() ? entry->m_id.m_revision : options.revision;
+    if (entry->m_id != CachedSliceStackKeyInfo::ID{options.id, revision}) continue;
+    database.GetStacks().RemoveCachedSliceStack(entry);
+    ++num_dropped;
+  }
+  bool const talks = !options.talk.quiet;
+  if (num_dropped == 0) {
+    if (talks) {
+      TellNote(options.database + ": nothing of part '" + options.id + "'" +
+               (options.revision.empty() ? "" : ", revision '" + options.revision + "'") +
+               " is there; 'slicedata db list' tells what is");
+    }
+    return 1;
+  }
+  database.Save();
+  if (talks && options.talk.verbose) TellNote(options.database + ": " + std::to_string(num_dropped) + " dropped");
+  return 0;
+}
+
+void AddDropCommand(Command& db) {
+  Command& command = db.AddCommand("drop", "takes a part out of a database");
+  auto const options = std::make_shared<DropOptions>();
+  command.AddArgument("DB", "the database, a .slicedb file", Into(options->database));
+  command.BeginGroup("Key");
+  command.AddOption("--id", "ID", "which part; letter case does not count", Into(options->id), Occurs::Once);
+  command.AddOption("--revision", "REV", "only this revision of it", Into(options->revision));
+  options->talk.AddTo(command);
+  command.AddHelp("If there is nothing to drop, one line says so and the exit code is 1.");
+  command.AddExample("slicedata db drop cache.slicedb --id gear --revision 1", "an old revision");
+  command.SetAction([options] { return RunDrop(*options); });
+}
+
+}  // namespace
+
+void AddDatabaseCommand(Command& program) {
+  Command& db = program.AddCommand("db", "keeps slices in a database, to find them again");
+  db.AddHelp(
+      "A database holds the slices of many parts, each under a key: the part, its revision, the thickness of a layer, "
+      "and if wanted a type. Slices are not read when a database is opened, only those that are asked for.");
+  db.AddExample("slicedata db put cache.slicedb gear.cli --id gear --revision 2", "keeps a part");
+  db.AddExample("slicedata db get cache.slicedb --id gear --revision 2 -o gear.cli", "finds it again");
+  AddPutCommand(db);
+  AddGetCommand(db);
+  AddListCommand(db);
+  AddDropCommand(db);
+}
+
+}  // namespace Tool

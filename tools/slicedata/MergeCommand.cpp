@@ -1,0 +1,102 @@
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Commands.h"
+#include "Console.h"
+#include "MergedSource.h"
+#include "Pipeline.h"
+#include "Text.h"
+#include "Trouble.h"
+#include "TypePattern.h"
+
+namespace Tool {
+
+namespace {
+
+/// A file to be merged, and what marks that which comes from it.
+struct Part {
+  std::string path;
+  M2DSliceVectorTypeInfo properties;
+};
+
+struct MergeOptions {
+  std::vector<Part> parts;
+  InputOptions input;  ///< how all of them are read, and what is selected of the merged layers
+  bool fill_gaps = false;
+  OutputOptions output;
+  TalkOptions talk;
+};
+
+/// FILE or FILE:SUFFIXES. A colon in the name of a file that is there belongs to the name.
+Part ParsePart(std::string const& word) {
+  auto const colon = word.rfind(':');
+  std::error_code ignored;
+  if (colon == std::string::npos || std::filesystem::exists(word, ignored)) return {word, {}};
+  return {word.substr(0, colon), ParseTypeSuffixes(word.substr(colon + 1))};
+}
+
+/// Gaps can be filled if there is one step for all.
+void TellUnlessOneGrid(std::vector<std::unique_ptr<Input>> const& inputs, TalkOptions const& talk) {
+  std::set<long> steps;
+  for (auto const& input : inputs) {
+    ISource2DSlices const& source = input->GetSource();
+    steps.insert(source.GetNumSlices() < 2 ? -1 : source.GetSliceZPosition(1) - source.GetSliceZPosition(0));
+  }
+  if (talk.quiet || (steps.size() == 1 && *steps.begin() > 0)) return;
+  TellNote("--fill-gaps: no layers were added, for the inputs have not one and the same step between their layers");
+}
+
+int RunMerge(MergeOptions const& options) {
+  Format const& format = CheckOutput(options.output);
+  std::vector<std::unique_ptr<Input>> inputs;
+  std::vector<std::unique_ptr<ISource2DSlices const>> sources;
+  for (Part const& part : options.parts) {
+    InputOptions whole;
+    whole.path = part.path;
+    whole.from = options.input.from;
+    inputs.push_back(std::make_unique<Input>(whole));
+    sources.push_back(std::make_unique<MarkedSource>(inputs.back()->GetSource(), part.properties));
+  }
+  if (options.fill_gaps) TellUnlessOneGrid(inputs, options.talk);
+
+  auto source = std::make_unique<MergedSource>(std::move(sources), options.fill_gaps);
+  Input const merged(options.input, "merge", std::move(source), std::move(inputs));
+  WriteSlices(merged, format, options.output, options.talk);
+  return 0;
+}
+
+}  // namespace
+
+void AddMergeCommand(Command& program) {
+  Command& command = program.AddCommand("merge", "writes the slices of many files into one, merged by height");
+  auto const options = std::make_shared<MergeOptions>();
+  command.AddArgument(
+      "IN[:SUFFIXES]",
+      "a slice file to read; suffixes such as Support, or Support,Core, mark all that comes from it, in the words of "
+      "the type names ('slicedata prepare --help' lists them)",
+      [options](std::string const& value) { options->parts.push_back(ParsePart(value)); }, Occurs::AtLeastOnce);
+  options->input.AddReadingTo(command);
+  options->input.AddSelectionTo(command);
+  options->output.AddTo(command);
+  command.AddFlag("--fill-gaps",
+                  "add empty layers, so that the heights from the lowest to the highest go up in even steps; needs "
+                  "inputs that all have the same step",
+                  [options] { options->fill_gaps = true; });
+  options->talk.AddTo(command);
+  command.AddHelp(
+      "Slices at one height become one, in the order of the files; nothing moves and nothing is united, each contour "
+      "and hatch stays what it was. Layers are numbered anew for --layers and --z, whose heights are in mm; 30um and "
+      "0.03mm are understood, too. The layers are streamed: memory holds one of each file. A CLI file is written in "
+      "its binary form unless --to says cli-ascii.");
+  command.AddExample("slicedata merge part.cli supports.cli:Support -o plate.slicestack",
+                     "both in one, and still to be told apart");
+  command.AddExample("slicedata merge low.cli high.cli -o tower.cli --fill-gaps",
+                     "with empty layers where neither file has one");
+  command.SetAction([options] { return RunMerge(*options); });
+}
+
+}  // namespace Tool
