@@ -37,5 +37,5 @@ flags+=(-std=c++17 "${cflags[@]}")
 "$work/slice_a_part" "$work/ring.slicestack"
 
 echo "-- the installed headers"
-(cd "$prefix/include" && find . -name '*.h' -printf '#include <%P>\n' | sort) >"$work/headers.cpp"
+(cd "$prefix/include" && find SliceData SliceFormats -name '*.h' -printf '#include <%p>\n' | sort) >"$work/headers.cpp"
 "$CXX" "${flags[@]}" -Wall -Wextra -Wpedantic -Werror -fsyntax-only "$work/headers.cpp"

@@ -129,6 +129,21 @@ TEST_F(DatabaseOfSlices, NamesADamagedEntryAndGivesTheOthers) {
   EXPECT_THAT(List(), ElementsAre("\"1\" null", "\"1\" null"));
 }
 
+TEST_F(DatabaseOfSlices, IsReplacedWhereItIsWithItsPermissions) {
+  std::filesystem::create_directory(GetWorkPath("other"));
+  RunSilently({"db", "put", "other/real.slicedb", "part.cli", "--id", "a", "--revision", "1"});
+  std::filesystem::create_symlink("other/real.slicedb", GetWorkPath("cache.slicedb"));
+  std::filesystem::permissions(GetWorkPath("other/real.slicedb"), std::filesystem::perms(0640));
+  // Through the link and beside it, the folder of the file itself is locked.
+  pid_t const through_link = Start({"db", "put", "cache.slicedb", "part.cli", "--id", "b", "--revision", "1"});
+  Outcome const beside = Run({"db", "put", "other/real.slicedb", "part.cli", "--id", "c", "--revision", "1", "-q"});
+  EXPECT_EQ(beside.exit_code, 0);
+  EXPECT_EQ(Finish(through_link).exit_code, 0);
+  EXPECT_EQ(List().size(), 3u);
+  EXPECT_TRUE(std::filesystem::is_symlink(GetWorkPath("cache.slicedb")));
+  EXPECT_EQ(std::filesystem::status(GetWorkPath("other/real.slicedb")).permissions(), std::filesystem::perms(0640));
+}
+
 TEST_F(DatabaseOfSlices, StaysWholeWhenItCannotBeWritten) {
   Put("a", "1");
   std::string const before = Read("cache.slicedb");
@@ -138,6 +153,9 @@ TEST_F(DatabaseOfSlices, StaysWholeWhenItCannotBeWritten) {
               HasSubstr("cache.slicedb"));
   EXPECT_TRUE(Read("cache.slicedb") == before);
   EXPECT_THAT(GetFiles(), ElementsAre("cache.slicedb", "part.cli"));
+  EXPECT_THAT(RunIntoTrouble({"db", "put", "nowhere/x.slicedb", "part.cli", "--id", "b", "--revision", "1"}),
+              HasSubstr("folder"));
+  EXPECT_THAT(RunIntoTrouble({"info", "cache.slicedb"}), HasSubstr("slicedata db"));
   EXPECT_THAT(RunIntoTrouble({"db", "put", "other.cli", "part.cli", "--id", "b", "--revision", "1"}),
               HasSubstr("name it .slicedb"));
   RunSilently({"convert", "part.cli", "-o", "part.slicestack"});

@@ -69,7 +69,7 @@ TEST_F(Merge, FillsGapsOfOneGridAndSaysIfThereIsNone) {
   EXPECT_EQ(GetLayers("tower.cli"), "1000: 1, 2000: 1, 3000:, 4000: 2, 5000: 2");
   Outcome const outcome = Run({"merge", "low.cli", "other.cli", "-o", "odd.cli", "--fill-gaps"});
   EXPECT_EQ(outcome.exit_code, 0);
-  EXPECT_THAT(outcome.errors, HasSubstr("--fill-gaps: no layers were added"));
+  EXPECT_THAT(outcome.errors, HasSubstr("--fill-gaps: the layers are not evenly spaced"));
   EXPECT_EQ(GetLayers("odd.cli"), "1000: 1, 2000: 1 3, 5000: 3");
 }
 

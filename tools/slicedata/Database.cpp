@@ -3,12 +3,17 @@
 #include <SliceData/platform/properties/FileContent.h>
 #include <SliceData/platform/sax/MDocument.h>
 #include <SliceData/platform/sax/MDocumentError.h>
+#include <SliceData/platform/sax/MDocumentReader.h>
 #include <SliceData/platform/sax/MStreamTextIn.h>
+#include <SliceData/slice_data_cache/CachedSliceStackDataSaxRead.h>
 #include <SliceData/slice_data_cache/DatabaseDocument.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/file.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -23,20 +28,40 @@ using SliceDataCaching::CachedSliceStack;
 using SliceDataCaching::CachedSliceStackKeyInfo;
 
 /// Locks a folder, which is there before and after a file in it is replaced. Where that is not possible, nobody waits.
-int LockFolder(std::filesystem::path const& folder) {
-  int const descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor >= 0) static_cast<void>(::flock(descriptor, LOCK_EX));
+int LockFolder(std::string const& folder) {
+  int const descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    TellNote(folder + ": waiting for another process that changes a database there");
+    static_cast<void>(::flock(descriptor, LOCK_EX));
+  }
   return descriptor;
 }
 
-/// The number of slices that the head of a stored stack tells; 0 without a stack.
-unsigned long ReadNumSlices(VelAM::FileContent const& content) {
+/// False only if it is certain that there is no such file: whatever else keeps it from being looked at is thrown.
+bool IsThere(std::string const& path) {
+  std::error_code error;
+  auto const type = std::filesystem::status(path, error).type();
+  if (type == std::filesystem::file_type::not_found) return false;
+  if (type == std::filesystem::file_type::none) throw std::system_error(error, path + ": cannot be looked at");
+  return true;
+}
+
+/// The document of a stored stack. Throws `MDocumentError` if it is none.
+std::shared_ptr<MDocument const> OpenStored(VelAM::FileContent const& content) {
   MDocumentBytes const* const bytes = content.GetDocumentBytes();
-  MDocument const document = bytes != nullptr ? MDocument(*bytes) : MDocument(content.GetPath());
+  auto document =
+      bytes != nullptr ? std::make_shared<MDocument>(*bytes) : std::make_shared<MDocument>(content.GetPath());
+  document->VisitChildren([&](MDocument::Child const& child) {
+    if (child.tag != "Stack") throw MDocumentError(document->GetPath(), "holds something else than a stack");
+  });
+  return document;
+}
+
+/// What its head tells; 0 without a stack.
+unsigned long ReadNumSlices(MDocument const& document) {
   unsigned long num_slices = 0;
   document.VisitChildren([&](MDocument::Child const& child) {
-    std::string const* const text = child.tag == "Stack" ? child.FindLeaf("NumSlices") : nullptr;
-    if (text != nullptr) MStreamTextIn(*text) >> num_slices;
+    if (std::string const* const text = child.FindLeaf("NumSlices")) MStreamTextIn(*text) >> num_slices;
   });
   return num_slices;
 }
@@ -44,45 +69,69 @@ unsigned long ReadNumSlices(VelAM::FileContent const& content) {
 }  // namespace
 
 Database::Database(std::string path, Use use) : m_path(std::move(path)) {
-  if (use != Use::Read) m_lock = LockFolder(std::filesystem::path(m_path).parent_path());
   std::error_code ignored;
-  if (!std::filesystem::exists(m_path, ignored)) {
-    if (use == Use::ChangeOrMake) return;
+  auto const resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(m_path), ignored);
+  m_file_path = resolved.empty() ? m_path : resolved.string();
+  if (use != Use::Read) m_lock = LockFolder(std::filesystem::path(m_file_path).parent_path().string());
+  if (IsThere(m_file_path)) {
+    _Read();
+  } else if (use != Use::ChangeOrMake) {
     throw Trouble(m_path, "there is no such file", "check the name, or make a database by 'slicedata db put'");
   }
-  VelAM::SaxUtilities::ReadReport report;
-  if (!SliceDataCaching::ReadDatabaseDocument(m_path, m_stacks, &report)) throw std::runtime_error(report.error);
-  for (std::string const& warning : report.warnings) TellNote(m_path + ": " + warning);
 }
 
 Database::~Database() {
   if (m_lock >= 0) ::close(m_lock);
 }
 
-void Database::Load(CachedSliceStack& entry) const {
-  try {
-    if (entry.ValidateLoadedData(false)) return;
-  } catch (MDocumentError const& error) {
-    _FailDamaged(entry, error.what());
+void Database::Check(std::string const& path) {
+  if (IsThere(path)) {
+    Database const readable(path, Use::Read);
+  } else if (auto const folder = std::filesystem::absolute(path).parent_path(); !IsThere(folder.string())) {
+    throw Trouble(path, "its folder is not there", "make it first, or check the name");
   }
-  _FailDamaged(entry, "its document cannot be read to the end");
+}
+
+void Database::_Read() {
+  VelAM::SaxUtilities::ReadReport report;
+  if (!SliceDataCaching::ReadDatabaseDocument(m_path, m_stacks, &report)) throw std::runtime_error(report.error);
+  for (std::string const& warning : report.warnings) TellNote(m_path + ": " + warning);
+}
+
+void Database::Load(CachedSliceStack& entry, TalkOptions const& talk) const {
+  _NamingEntry(entry, [&] {
+    for (auto const& data : entry.m_data) {
+      if (data->m_loaded_data != nullptr || data->m_file_content == nullptr) continue;
+      // In its place in the database: no copy is needed.
+      MDocumentReader reader(OpenStored(*data->m_file_content));
+      reader.ExpectRefusal("VectorTypeInfo/VectorType");
+      SliceDataCaching::CachedSliceStackDataSaxRead root(data.get());
+      reader.Read(root);
+      if (talk.quiet) continue;
+      for (std::string const& warning : reader.GetWarnings()) {
+        TellNote(m_path + ": " + Describe(entry.m_id) + ": " + warning);
+      }
+    }
+  });
 }
 
 unsigned long Database::CountSlices(CachedSliceStack const& entry) const {
   unsigned long num_slices = 0;
-  try {
+  _NamingEntry(entry, [&] {
     for (auto const& data : entry.m_data) {
-      if (data->m_file_content != nullptr) num_slices += ReadNumSlices(*data->m_file_content);
+      if (data->m_loaded_data != nullptr) {
+        num_slices += data->m_loaded_data->m_stack->GetNumSlices();
+      } else if (data->m_file_content != nullptr) {
+        num_slices += ReadNumSlices(*OpenStored(*data->m_file_content));
+      }
     }
-  } catch (MDocumentError const& error) {
-    _FailDamaged(entry, error.what());
-  }
+  });
   return num_slices;
 }
 
 void Database::Save() {
   try {
-    SliceDataCaching::WriteDatabaseDocument(m_path, m_stacks);
+    SliceDataCaching::WriteDatabaseDocument(m_file_path, m_stacks);
   } catch (MDocumentError const&) {
     _RefuseDamagedEntries();
     throw;
@@ -93,25 +142,31 @@ std::string Database::Describe(CachedSliceStackKeyInfo::ID const& id) {
   return "part '" + id.m_global + "', revision '" + id.m_revision + "'";
 }
 
-void Database::_FailDamaged(CachedSliceStack const& entry, std::string const& cause) const {
-  // The cause has an advice of its own, for a document that stands alone.
-  throw Trouble(m_path, "the slices of " + Describe(entry.m_id) + " are damaged: " + cause.substr(0, cause.find("; ")),
-                "drop the entry by 'slicedata db drop', and put it anew");
+/// Runs what reads the stacks of an entry. What is wrong with their documents becomes a trouble with the entry.
+template <class Function>
+void Database::_NamingEntry(CachedSliceStack const& entry, Function const& function) const {
+  try {
+    function();
+  } catch (MDocumentError const& error) {
+    std::string cause = error.what();
+    if (cause.compare(0, m_path.size() + 2, m_path + ": ") == 0) cause.erase(0, m_path.size() + 2);
+    // Its advice is for a document that stands alone.
+    throw Trouble(m_path,
+                  "the slices of " + Describe(entry.m_id) + " are damaged: " + cause.substr(0, cause.find("; ")),
+                  "drop the entry by 'slicedata db drop', and put it anew");
+  }
 }
 
 /// Throws for the first entry whose bytes are not those that were written.
 void Database::_RefuseDamagedEntries() const {
   for (CachedSliceStack const* const entry : m_stacks.GetAllCachedStacks()) {
-    for (auto const& data : entry->m_data) {
-      MDocumentBytes const* const bytes =
-          data->m_file_content != nullptr ? data->m_file_content->GetDocumentBytes() : nullptr;
-      if (bytes == nullptr) continue;
-      try {
-        bytes->CopyTo([](char const*, std::size_t) {});
-      } catch (MDocumentError const& error) {
-        _FailDamaged(*entry, error.what());
+    _NamingEntry(*entry, [&] {
+      for (auto const& data : entry->m_data) {
+        MDocumentBytes const* const bytes =
+            data->m_file_content != nullptr ? data->m_file_content->GetDocumentBytes() : nullptr;
+        if (bytes != nullptr) bytes->CopyTo([](char const*, std::size_t) {});
       }
-    }
+    });
   }
 }
 

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "Options.h"
+
 namespace Tool {
 
 /// A database document, open for a command.
@@ -19,10 +21,14 @@ class Database {
   Database(Database const&) = delete;
   Database& operator=(Database const&) = delete;
 
+  /// Throws what `ChangeOrMake` would, without waiting.
+  static void Check(std::string const& path);
+
   SliceDataCaching::DatabaseCachedSliceStacks& GetStacks() { return m_stacks; }
 
-  /// Brings the stacks of an entry into memory. Throws `Trouble` that names the entry if they are damaged.
-  void Load(SliceDataCaching::CachedSliceStack& entry) const;
+  /// Brings the stacks of an entry into memory, and tells what was not understood. Throws `Trouble` that names the
+  /// entry if they are damaged.
+  void Load(SliceDataCaching::CachedSliceStack& entry, TalkOptions const& talk) const;
   /// The number of slices in all stacks of an entry, from the contents of their documents alone. Throws as `Load`.
   unsigned long CountSlices(SliceDataCaching::CachedSliceStack const& entry) const;
 
@@ -33,11 +39,14 @@ class Database {
   static std::string Describe(SliceDataCaching::CachedSliceStackKeyInfo::ID const& id);
 
  private:
-  [[noreturn]] void _FailDamaged(SliceDataCaching::CachedSliceStack const& entry, std::string const& cause) const;
+  void _Read();
+  template <class Function>
+  void _NamingEntry(SliceDataCaching::CachedSliceStack const& entry, Function const& function) const;
   void _RefuseDamagedEntries() const;
 
   std::string m_path;
-  int m_lock = -1;  ///< the folder, locked; -1 without
+  std::string m_file_path;  ///< of the file itself, where the path is a symbolic link
+  int m_lock = -1;          ///< the folder of the file, locked; -1 without
   SliceDataCaching::DatabaseCachedSliceStacks m_stacks{false};
 };
 

@@ -10,7 +10,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -63,20 +65,53 @@ class RequestSelector final : public SliceDataCaching::ICachedSliceStackSelector
   CachedSliceStackSelectorDefault m_default;
 };
 
+std::string const* FindType(CachedSliceStackKeyInfo const& key) {
+  return key.m_properties.GetValue<std::string>(SliceDataCaching::PropertyNameCacheType);
+}
+
+/// The entries of an equal key. Where the slices lie is no matter: whoever looks for them finds them anywhere.
+class SameKeySelector final : public SliceDataCaching::ICachedSliceStackSelector {
+ public:
+  /// \param key  outlives this
+  explicit SameKeySelector(CachedSliceStackKeyInfo const& key) : m_key(key), m_default(&key) {}
+
+  bool _OnIsSuitedCachedStack(CachedSliceStack* stack) const override {
+    return (FindType(m_key) == nullptr) == (FindType(*stack) == nullptr) && m_default._OnIsSuitedCachedStack(stack);
+  }
+
+ private:
+  CachedSliceStackKeyInfo const& m_key;
+  CachedSliceStackSelectorDefault m_default;
+};
+
+/// The entries of a part in a revision, or in any.
+class PartSelector final : public SliceDataCaching::ICachedSliceStackSelector {
+ public:
+  /// \param revision  empty: any
+  PartSelector(std::string id, std::string revision) : m_id(std::move(id)), m_revision(std::move(revision)) {}
+
+  bool _OnIsSuitedCachedStack(CachedSliceStack* stack) const override {
+    return stack->m_id == CachedSliceStackKeyInfo::ID{m_id, m_revision.empty() ? stack->m_id.m_revision : m_revision};
+  }
+
+ private:
+  std::string m_id;
+  std::string m_revision;
+};
+
 MMTransformMatrix ParsePosition(std::string const& text) {
   auto const lengths = Split(text, ',');
   if (lengths.size() != 3) throw Trouble("", "'" + text + "' is no position", "give X,Y,Z in mm, such as 10,0,0.5");
   MMTransformMatrix position;
-  position.MakeTranslation(static_cast<double>(ParseLength(lengths[0])), static_cast<double>(ParseLength(lengths[1])),
-                           static_cast<double>(ParseLength(lengths[2])));
+  for (int i = 0; i < 3; ++i) position.SetElement(i, 3, static_cast<double>(ParseLength(TrimBlanks(lengths[i]))));
   return position;
 }
 
 void KeyOptions::AddTo(Command& command, std::string const& without_thickness, std::string const& without_type,
                        std::string const& position_help) {
   command.BeginGroup("Key");
-  command.AddOption("--id", "ID", "which part; letter case does not count", Into(id), Occurs::Once);
-  command.AddOption("--revision", "REV", "which revision of it", Into(revision), Occurs::Once);
+  command.AddOption("--id", "ID", "which part; the case of the letters A to Z does not count", Into(id), Occurs::Once);
+  command.AddOption("--revision", "REV", "which revision of it; letter case as above", Into(revision), Occurs::Once);
   command.AddOption("--thickness", "LEN", "of a layer; without it " + without_thickness,
                     [this](std::string const& value) { thickness = ParsePositiveLength(value); });
   command.AddOption("--at", "X,Y,Z", position_help,
@@ -93,10 +128,6 @@ CachedSliceStackKeyInfo KeyOptions::MakeKey() const {
   return key;
 }
 
-std::string const* FindType(CachedSliceStackKeyInfo const& key) {
-  return key.m_properties.GetValue<std::string>(SliceDataCaching::PropertyNameCacheType);
-}
-
 // Putting
 
 struct PutOptions {
@@ -106,19 +137,12 @@ struct PutOptions {
   TalkOptions talk;
 };
 
-/// The step from layer to layer of a source. Throws `Trouble` if there is not one for all.
-long FindLayerStep(Input const& input) {
-  ISource2DSlices const& source = input.GetSource();
-  if (long const thickness = source.GetSliceThickness(); thickness > 0) return thickness;
-  auto const get_step = [&](unsigned long i) { return source.GetSliceZPosition(i) - source.GetSliceZPosition(i - 1); };
-  unsigned long const num_slices = source.GetNumSlices();
-  bool is_even = num_slices > 1;
-  for (unsigned long i = 2; i < num_slices && is_even; ++i) is_even = get_step(i) == get_step(1);
-  if (!is_even) {
-    throw Trouble(input.GetName(), "it does not tell how thick a layer is, nor do its heights",
-                  "give --thickness, such as --thickness 30um");
-  }
-  return get_step(1);
+/// What the source tells, or else the step between its layers.
+long FindThickness(Input const& input) {
+  if (long const thickness = input.GetSource().GetSliceThickness(); thickness > 0) return thickness;
+  if (long const step = FindLayerStep(input.GetSource()); step > 0) return step;
+  throw Trouble(input.GetName(), "it does not tell how thick a layer is, nor do its heights",
+                "give --thickness, such as --thickness 30um");
 }
 
 boost::shared_ptr<M2DSliceStack> ReadStack(Input const& input, TalkOptions const& talk) {
@@ -134,18 +158,14 @@ int RunPut(PutOptions const& options) {
   if (std::filesystem::path(options.database).extension() != ".slicedb") {
     throw Trouble(options.database, "its name does not tell a database", "name it .slicedb");
   }
+  Database::Check(options.database);
   Input const input(options.input);
   CachedSliceStackKeyInfo key = options.key.MakeKey();
-  if (!options.key.thickness) key.m_z_info.thickness = FindLayerStep(input);
+  if (!options.key.thickness) key.m_z_info.thickness = FindThickness(input);
   auto const stack = ReadStack(input, options.talk);
 
   Database database(options.database, Database::Use::ChangeOrMake);
-  // Where the slices lie is no matter to whoever looks for them: those of another position are replaced, too.
-  CachedSliceStackSelectorDefault const is_same(&key);
-  for (CachedSliceStack* const entry : database.GetStacks().GetAllCachedStacks()) {
-    bool const both_have_type = (FindType(key) == nullptr) == (FindType(*entry) == nullptr);
-    if (both_have_type && is_same._OnIsSuitedCachedStack(entry)) database.GetStacks().RemoveCachedSliceStack(entry);
-  }
+  database.GetStacks().RemoveCachedSliceStacks(SameKeySelector(key));
   database.GetStacks().AddCachedSliceStack(key)->SetSliceStack({stack}, key.m_z_info, nullptr);
   database.Save();
 
@@ -161,15 +181,16 @@ void AddPutCommand(Command& db) {
   Command& command = db.AddCommand("put", "keeps the slices of a file in a database");
   auto const options = std::make_shared<PutOptions>();
   command.AddArgument("DB", "the database, a .slicedb file; it is made if it is not there", Into(options->database));
-  options->input.AddTo(command, "FILE");
+  command.AddArgument("FILE", "the slice file to keep", Into(options->input.path));
+  options->input.AddFormatTo(command);
   options->input.AddSelectionTo(command);
   options->key.AddTo(command, "the step between the layers of the file", "none is kept",
                      "where the part stands in the file; without it at 0,0,0");
   options->talk.AddTo(command);
   command.AddHelp(
       "An entry with an equal key is replaced: part, revision, thickness and type, wherever it stands. Lengths are in "
-      "mm; 30um and 0.03mm are understood, too. The database is written anew and takes its name when it is whole, so "
-      "the disk has to hold both for a while.");
+      "mm; 30um and 0.03mm are understood, too. The slices go through scratch files ($TMPDIR, or else /var/tmp). The "
+      "database is written anew and takes its name when it is whole, so its disk has to hold both for a while.");
   command.AddExample("slicedata db put cache.slicedb gear.cli --id gear --revision 2",
                      "keeps what the slicer has made of a part");
   command.SetAction([options] { return RunPut(*options); });
@@ -217,7 +238,7 @@ int RunGet(GetOptions const& options) {
     return 1;
   }
 
-  database.Load(*entry);
+  database.Load(*entry, options.talk);
   MMTransformMatrix const* const position = options.key.position ? &*options.key.position : nullptr;
   PlacedSource::Offset const offset = FindOffset(*entry, position);
   std::vector<std::unique_ptr<ISource2DSlices const>> sources;
@@ -237,6 +258,7 @@ void AddGetCommand(Command& db) {
   auto const options = std::make_shared<GetOptions>();
   command.AddArgument("DB", "the database, a .slicedb file", Into(options->database));
   options->key.AddTo(command, "any", "any", "where the part is to stand; without it where it stood");
+  command.BeginGroup("Layers");
   options->input.AddSelectionTo(command);
   options->output.AddTo(command);
   options->talk.AddTo(command);
@@ -261,17 +283,24 @@ struct ListOptions {
 /// A line of the list.
 struct ListedEntry {
   CachedSliceStack const& entry;
-  std::string const* type;  ///< null without one
-  unsigned long num_slices;
+  std::string const* type;                  ///< null without one
+  std::optional<unsigned long> num_slices;  ///< none: damaged
   std::size_t num_used_positions;
 };
 
-std::vector<ListedEntry> ListEntries(Database& database) {
+/// \param damage  becomes what is wrong with the first damaged entry
+std::vector<ListedEntry> ListEntries(Database& database, std::string& damage) {
   std::vector<ListedEntry> entries;
   for (CachedSliceStack const* const entry : database.GetStacks().GetAllCachedStacks()) {
     std::vector<MMTransformMatrix const*> positions;
     entry->GetUsedPositions(positions);
-    entries.push_back({*entry, FindType(*entry), database.CountSlices(*entry), positions.size()});
+    std::optional<unsigned long> num_slices;
+    try {
+      num_slices = database.CountSlices(*entry);
+    } catch (Trouble const& trouble) {
+      if (damage.empty()) damage = trouble.what();
+    }
+    entries.push_back({*entry, FindType(*entry), num_slices, positions.size()});
   }
   return entries;
 }
@@ -284,7 +313,7 @@ std::string MakeJson(std::vector<ListedEntry> const& entries) {
             ", \"revision\": " + JsonString(listed.entry.m_id.m_revision) +
             ", \"thickness\": " + std::to_string(listed.entry.m_z_info.thickness) +
             ", \"type\": " + (listed.type != nullptr ? JsonString(*listed.type) : "null") +
-            ", \"slices\": " + std::to_string(listed.num_slices) +
+            ", \"slices\": " + (listed.num_slices ? std::to_string(*listed.num_slices) : "null") +
             ", \"usedPositions\": " + std::to_string(listed.num_used_positions) + "}";
   }
   return text + (entries.empty() ? "]\n}\n" : "\n  ]\n}\n");
@@ -295,7 +324,8 @@ std::string MakeText(std::vector<ListedEntry> const& entries) {
   for (ListedEntry const& listed : entries) {
     rows.push_back({Printable(listed.entry.m_id.m_global), Printable(listed.entry.m_id.m_revision),
                     FormatLength(listed.entry.m_z_info.thickness) + " mm",
-                    listed.type != nullptr ? Printable(*listed.type) : "-", std::to_string(listed.num_slices),
+                    listed.type != nullptr ? Printable(*listed.type) : "-",
+                    listed.num_slices ? std::to_string(*listed.num_slices) : "damaged",
                     std::to_string(listed.num_used_positions)});
   }
   std::vector<std::size_t> widths(rows.front().size(), 0);
@@ -312,8 +342,10 @@ std::string MakeText(std::vector<ListedEntry> const& entries) {
 
 int RunList(ListOptions const& options) {
   Database database(options.database, Database::Use::Read);
-  auto const entries = ListEntries(database);
+  std::string damage;
+  auto const entries = ListEntries(database, damage);
   WriteOutput(options.json ? MakeJson(entries) : MakeText(entries));
+  if (!damage.empty()) throw std::runtime_error(damage);
   return 0;
 }
 
@@ -324,9 +356,11 @@ void AddListCommand(Command& db) {
   command.BeginGroup("Output");
   command.AddFlag("--json",
                   "for programs; lengths are in internal units (10000 units are 1 mm), the type is null where none is "
-                  "kept",
+                  "kept, the number of slices where they are damaged",
                   [options] { options->json = true; });
-  command.AddHelp("One line for each entry, the oldest first: key, number of slices, positions at which it was used.");
+  command.AddHelp(
+      "One line for each entry, the oldest first: key, number of slices, number of positions at which it was used. If "
+      "slices are damaged, their line says so, and the exit code is 2.");
   command.AddExample("slicedata db list cache.slicedb", "a table for people");
   command.SetAction([options] { return RunList(*options); });
 }
@@ -342,13 +376,8 @@ struct DropOptions {
 
 int RunDrop(DropOptions const& options) {
   Database database(options.database, Database::Use::Change);
-  unsigned long num_dropped = 0;
-  for (CachedSliceStack* const entry : database.GetStacks().GetAllCachedStacks()) {
-    std::string const& revision = options.revision.empty() ? entry->m_id.m_revision : options.revision;
-    if (entry->m_id != CachedSliceStackKeyInfo::ID{options.id, revision}) continue;
-    database.GetStacks().RemoveCachedSliceStack(entry);
-    ++num_dropped;
-  }
+  unsigned long const num_dropped =
+      database.GetStacks().RemoveCachedSliceStacks(PartSelector(options.id, options.revision));
   bool const talks = !options.talk.quiet;
   if (num_dropped == 0) {
     if (talks) {
@@ -368,7 +397,8 @@ void AddDropCommand(Command& db) {
   auto const options = std::make_shared<DropOptions>();
   command.AddArgument("DB", "the database, a .slicedb file", Into(options->database));
   command.BeginGroup("Key");
-  command.AddOption("--id", "ID", "which part; letter case does not count", Into(options->id), Occurs::Once);
+  command.AddOption("--id", "ID", "which part; the case of the letters A to Z does not count", Into(options->id),
+                    Occurs::Once);
   command.AddOption("--revision", "REV", "only this revision of it", Into(options->revision));
   options->talk.AddTo(command);
   command.AddHelp("If there is nothing to drop, one line says so and the exit code is 1.");

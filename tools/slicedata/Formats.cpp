@@ -97,6 +97,9 @@ Format const& FindFormat(std::string const& path, std::string const& name, bool 
   }
   std::string const formats = Join(GetNames(is_suitable), ", ");
   if (!name.empty()) throw Trouble(option, "no format '" + name + "' can be " + done, "give one of " + formats);
+  if (extension == ".slicedb") {
+    throw Trouble(path, "it is a database of slices, not a slice file", "use 'slicedata db'");
+  }
   throw Trouble(path, "its name does not tell a format that can be " + done,
                 "give " + option + " if it is one of these: " + formats);
 }

@@ -1,6 +1,5 @@
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,23 +30,17 @@ struct MergeOptions {
   TalkOptions talk;
 };
 
-/// FILE or FILE:SUFFIXES. A colon in the name of a file that is there belongs to the name.
-Part ParsePart(std::string const& word) {
-  auto const colon = word.rfind(':');
+bool Exists(std::string const& path) {
   std::error_code ignored;
-  if (colon == std::string::npos || std::filesystem::exists(word, ignored)) return {word, {}};
-  return {word.substr(0, colon), ParseTypeSuffixes(word.substr(colon + 1))};
+  return std::filesystem::exists(path, ignored);
 }
 
-/// Gaps can be filled if there is one step for all.
-void TellUnlessOneGrid(std::vector<std::unique_ptr<Input>> const& inputs, TalkOptions const& talk) {
-  std::set<long> steps;
-  for (auto const& input : inputs) {
-    ISource2DSlices const& source = input->GetSource();
-    steps.insert(source.GetNumSlices() < 2 ? -1 : source.GetSliceZPosition(1) - source.GetSliceZPosition(0));
-  }
-  if (talk.quiet || (steps.size() == 1 && *steps.begin() > 0)) return;
-  TellNote("--fill-gaps: no layers were added, for the inputs have not one and the same step between their layers");
+/// FILE or FILE:SUFFIXES. A colon may also be part of the name of a file.
+Part ParsePart(std::string const& word) {
+  if (word.empty()) throw Trouble("", "it is empty", "give a name");
+  auto const colon = word.rfind(':');
+  if (colon == std::string::npos || Exists(word) || !Exists(word.substr(0, colon))) return {word, {}};
+  return {word.substr(0, colon), ParseTypeSuffixes(word.substr(colon + 1))};
 }
 
 int RunMerge(MergeOptions const& options) {
@@ -61,9 +54,11 @@ int RunMerge(MergeOptions const& options) {
     inputs.push_back(std::make_unique<Input>(whole));
     sources.push_back(std::make_unique<MarkedSource>(inputs.back()->GetSource(), part.properties));
   }
-  if (options.fill_gaps) TellUnlessOneGrid(inputs, options.talk);
-
   auto source = std::make_unique<MergedSource>(std::move(sources), options.fill_gaps);
+  if (options.fill_gaps && !options.talk.quiet && FindLayerStep(*source) == 0) {
+    TellNote("--fill-gaps: the layers are not evenly spaced, for the inputs have not one and the same step");
+  }
+
   Input const merged(options.input, "merge", std::move(source), std::move(inputs));
   WriteSlices(merged, format, options.output, options.talk);
   return 0;
@@ -81,11 +76,12 @@ void AddMergeCommand(Command& program) {
       [options](std::string const& value) { options->parts.push_back(ParsePart(value)); }, Occurs::AtLeastOnce);
   options->input.AddReadingTo(command);
   options->input.AddSelectionTo(command);
-  options->output.AddTo(command);
+  command.BeginGroup("Merging");
   command.AddFlag("--fill-gaps",
                   "add empty layers, so that the heights from the lowest to the highest go up in even steps; needs "
                   "inputs that all have the same step",
                   [options] { options->fill_gaps = true; });
+  options->output.AddTo(command);
   options->talk.AddTo(command);
   command.AddHelp(
       "Slices at one height become one, in the order of the files; nothing moves and nothing is united, each contour "

@@ -22,55 +22,42 @@ void MarkedSource::_OnGetSlice(M2DSlice& slice, unsigned long index) const {
 }
 
 MergedSource::MergedSource(std::vector<std::unique_ptr<ISource2DSlices const>> sources, bool fill_gaps)
-    : m_sources(std::move(sources)) {
-  m_layers.GetOptions().fillGaps = fill_gaps;
-  for (auto const& source : m_sources) {
-    m_layers.AddSource(source.get());
-    PersistentProperties const before = m_properties;
+    : m_own_sources(std::move(sources)) {
+  GetOptions().fillGaps = fill_gaps;
+  for (auto const& source : m_own_sources) {
+    AddSource(source.get());
+    PersistentProperties const before = m_merged_properties;
     for (auto const& property : source->GetProperties().GetAll()) {
-      if (before.FindProperty(property->GetName()) == nullptr) m_properties.AddProperty(property->Clone());
+      if (before.FindProperty(property->GetName()) == nullptr) m_merged_properties.AddProperty(property->Clone());
     }
   }
   // It is told apart from the others, and only if it holds for all layers.
-  m_properties.RemoveProperties("SliceThickness");
+  m_merged_properties.RemoveProperties("SliceThickness");
 }
 
 MergedSource::~MergedSource() = default;
 
 long MergedSource::_OnGetSliceThickness() const {
-  long const thickness = m_sources.front()->GetSliceThickness();
-  for (auto const& source : m_sources) {
+  long const thickness = m_own_sources.front()->GetSliceThickness();
+  for (auto const& source : m_own_sources) {
     if (source->GetSliceThickness() != thickness) return 0;
   }
   return thickness;
 }
 
 PersistentProperties const& MergedSource::_OnGetProperties() const {
-  return m_properties;
+  return m_merged_properties;
 }
 MSliceFileParameters const& MergedSource::_OnGetSliceParameters() const {
-  return m_sources.front()->GetSliceParameters();
+  return m_own_sources.front()->GetSliceParameters();
 }
 M2DSliceIOParameters const& MergedSource::_OnGetSliceIOParameters() const {
-  return m_sources.front()->GetSliceIOParameters();
+  return m_own_sources.front()->GetSliceIOParameters();
 }
-M2DSliceXYArea MergedSource::_OnGetXYArea() const {
-  return m_layers.GetXYArea();
-}
-bool MergedSource::_AllowsRandomAccess() const {
-  return true;
-}
-unsigned long MergedSource::_OnGetNumSlices() const {
-  return m_layers.GetNumSlices();
-}
-M2DSliceZArea MergedSource::_OnGetSliceZArea(unsigned long index) const {
-  return m_layers.GetSliceZArea(index);
-}
-
 void MergedSource::_OnGetSlice(M2DSlice& slice, unsigned long index) const {
   std::vector<boost::shared_ptr<M2DSlice const>> slices;
-  m_layers.GetSlices(slices, index);
-  M2DSlice merged(m_layers.GetSliceZArea(index));
+  _OnGetSlices(slices, index);
+  M2DSlice merged(GetSliceZArea(index));
   for (auto const& part : slices) {
     M2DSliceZArea const& area = part->GetZArea();
     if (merged.GetZArea().GetTypeInfo().thickness == 0 && area.GetTypeInfo().thickness != 0) merged.SetZArea(area);
@@ -79,9 +66,13 @@ void MergedSource::_OnGetSlice(M2DSlice& slice, unsigned long index) const {
   slice.CopyFrom(merged, true);
 }
 
+boost::shared_ptr<M2DSlice const> MergedSource::_OnGetSlice(unsigned long index) const {
+  return ISource2DSlices::_OnGetSlice(index);
+}
+
 void MergedSource::_OnStopGettingSlices() const {
-  // The layers start their sources and leave the rest to others.
-  for (auto const& source : m_sources) source->StopGettingSlices();
+  // They were started when the layers were found.
+  for (auto const& source : m_own_sources) source->StopGettingSlices();
 }
 
 }  // namespace Tool

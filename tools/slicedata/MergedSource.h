@@ -1,7 +1,6 @@
 #pragma once
 
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
-#include <SliceData/slice_stack/ISource2DSlices.h>
 #include <SliceData/slice_stack/M2DSliceSourceVector.h>
 
 #include <memory>
@@ -30,7 +29,7 @@ class MarkedSource final : public ForwardingSource {
 ///
 /// A layer has the Z range of the first slice in it that has one. The thickness is told if all sources agree on it. Of
 /// properties with one name, that of the first source that has it counts; parameters are those of the first source.
-class MergedSource final : public ISource2DSlices {
+class MergedSource final : public M2DSliceSourceVector {
  public:
   /// \param sources    one or more
   /// \param fill_gaps  adds empty layers, as `M2DSliceSourceVector` describes
@@ -42,17 +41,13 @@ class MergedSource final : public ISource2DSlices {
   PersistentProperties const& _OnGetProperties() const override;
   MSliceFileParameters const& _OnGetSliceParameters() const override;
   M2DSliceIOParameters const& _OnGetSliceIOParameters() const override;
-  M2DSliceXYArea _OnGetXYArea() const override;
-  bool _AllowsRandomAccess() const override;
-  unsigned long _OnGetNumSlices() const override;
-  M2DSliceZArea _OnGetSliceZArea(unsigned long index) const override;
   void _OnGetSlice(M2DSlice& slice, unsigned long index) const override;
+  boost::shared_ptr<M2DSlice const> _OnGetSlice(unsigned long index) const override;
   void _OnStopGettingSlices() const override;
 
  private:
-  std::vector<std::unique_ptr<ISource2DSlices const>> m_sources;
-  M2DSliceSourceVector m_layers;
-  PersistentProperties m_properties;
+  std::vector<std::unique_ptr<ISource2DSlices const>> m_own_sources;
+  PersistentProperties m_merged_properties;
 };
 
 }  // namespace Tool

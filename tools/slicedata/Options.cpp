@@ -64,13 +64,17 @@ void InputOptions::AddTo(Command& command, std::string const& value_name) {
   AddReadingTo(command);
 }
 
-void InputOptions::AddReadingTo(Command& command) {
+void InputOptions::AddFormatTo(Command& command) {
   command.BeginGroup("Input");
   command.AddOption("--from", "FORMAT",
                     "what the input is, if its name does not tell: " + Join(GetReadFormatNames(), ", ") +
                         "; a CLI file says itself whether it is ASCII or binary",
                     Into(from));
   command.SetChoices(GetReadFormatNames());
+}
+
+void InputOptions::AddReadingTo(Command& command) {
+  AddFormatTo(command);
   command.AddOption("--paging", "HOW",
                     "work over a stack of all layers, as a host does, instead of one layer at a time: none keeps all "
                     "in memory, multiple "

@@ -37,6 +37,8 @@ struct InputOptions {
   void AddTo(Command& command, std::string const& value_name);
   /// The same without the file, for a command that reads several.
   void AddReadingTo(Command& command);
+  /// The format alone.
+  void AddFormatTo(Command& command);
   void AddSelectionTo(Command& command);
   /// For a command that looks at one layer: --layer or --z.
   void AddLayerTo(Command& command);

@@ -1,6 +1,7 @@
 #include "Pipeline.h"
 
 #include <SliceData/disk_cache/DiskCacheLocation.h>
+#include <SliceData/slice_model/HeightArithmetic.h>
 #include <SliceData/slice_model/M2DSlice.h>
 #include <SliceData/slice_stack/M2DSliceStackUtilities.h>
 
@@ -136,6 +137,17 @@ Origin Input::GetOrigin() const {
 
 unsigned long Input::GetLayer(unsigned long index) const {
   return m_layers.empty() ? index : m_layers[index];
+}
+
+long FindLayerStep(ISource2DSlices const& source) {
+  unsigned long const num_slices = source.GetNumSlices();
+  long common = 0;
+  for (unsigned long i = 1; i < num_slices; ++i) {
+    long const step = HeightArithmetic::Difference(source.GetSliceZPosition(i), source.GetSliceZPosition(i - 1));
+    if (step <= 0 || (i > 1 && step != common)) return 0;
+    common = step;
+  }
+  return common;
 }
 
 void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties) {

@@ -55,6 +55,9 @@ class Input {
   std::unique_ptr<M2DSliceStack> m_stack;             ///< null without paging
 };
 
+/// The step from each layer to the next, if it is the same for all and goes upward; 0 otherwise.
+long FindLayerStep(ISource2DSlices const& source);
+
 /// Takes over the properties of a source, the thickness of a layer among them as a stack has it.
 void TakeProperties(ISource2DSlices const& source, PersistentProperties& properties);
 

@@ -1,6 +1,7 @@
 #include "PlacedSource.h"
 
 #include <SliceData/geometry/Transform.h>
+#include <SliceData/slice_model/HeightArithmetic.h>
 #include <SliceData/slice_model/M2DSlice.h>
 
 namespace Tool {
@@ -22,7 +23,7 @@ M2DSliceXYArea PlacedSource::_OnGetXYArea() const {
 M2DSliceZArea PlacedSource::_Place(M2DSliceZArea area) const {
   // A stack gives slices without a thickness a range of their own when it is read; here they are without one again.
   if (area.GetTypeInfo().type == e2DSliceZAreaType::Custom) area = M2DSliceZArea(area.GetZ());
-  area.SetZ(area.GetZ() + m_offset.z);
+  area.SetZ(HeightArithmetic::Sum(area.GetZ(), m_offset.z));
   return area;
 }
 

@@ -9,10 +9,9 @@ namespace SliceDataCaching {
 /// Writes one stored stack, in one of two forms.
 class VELSDK_EXPORT CachedSliceStackDataSaxWrite final : public ISAXPersistHelper {
  public:
-  /// \param data              outlives this
-  /// \param as_file_content   true: the tag "FileContent" with the document of the stack, which is made if there is
-  /// none;
-  ///                          false: the tag "Stack" with the stack that is in memory, nothing without one
+  /// \param data             outlives this
+  /// \param as_file_content  true: the tag "FileContent" with the document of the stack, which is made if there is
+  ///                         none; false: the tag "Stack" with the stack in memory, or nothing without one
   CachedSliceStackDataSaxWrite(CachedSliceStack::Data const* data, bool as_file_content);
   ~CachedSliceStackDataSaxWrite() override;
 

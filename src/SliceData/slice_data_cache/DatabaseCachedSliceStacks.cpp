@@ -47,6 +47,15 @@ bool DatabaseCachedSliceStacks::RemoveCachedSliceStack(CachedSliceStack* stack) 
   return true;
 }
 
+unsigned long DatabaseCachedSliceStacks::RemoveCachedSliceStacks(ICachedSliceStackSelector const& selector) {
+  auto const first_removed =
+      std::stable_partition(m_cached_stacks.begin(), m_cached_stacks.end(),
+                            [&](auto const& stack) { return !selector._OnIsSuitedCachedStack(stack.get()); });
+  auto const num_removed = static_cast<unsigned long>(m_cached_stacks.end() - first_removed);
+  m_cached_stacks.erase(first_removed, m_cached_stacks.end());
+  return num_removed;
+}
+
 std::vector<CachedSliceStack*> DatabaseCachedSliceStacks::GetAllCachedStacks() const {
   std::vector<CachedSliceStack*> all;
   all.reserve(m_cached_stacks.size());

@@ -45,6 +45,8 @@ class VELSDK_EXPORT DatabaseCachedSliceStacks {
 
   /// Destroys an entry. False if it is none of this database.
   bool RemoveCachedSliceStack(CachedSliceStack* stack);
+  /// Destroys all entries that suit, and tells how many.
+  unsigned long RemoveCachedSliceStacks(ICachedSliceStackSelector const& selector);
 
   /// All entries in the order of addition. They stay the database's.
   std::vector<CachedSliceStack*> GetAllCachedStacks() const;

@@ -4,13 +4,9 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <iterator>
-#include <limits>
 #include <stdexcept>
 
 namespace {
-
-/// Stays a placeholder whatever sources are added later.
-constexpr M2DSliceSourceVector::Slice kPlaceholder{std::numeric_limits<unsigned long>::max(), 0};
 
 /// A slice that goes to the layer at its height.
 struct Contribution {
@@ -24,7 +20,7 @@ bool IsLower(Contribution const& a, Contribution const& b) {
 
 /// Adds a placeholder at each step from the lowest to the highest height, behind the contributions that are there.
 /// These are sorted by height and stay so.
-void FillGaps(std::vector<Contribution>& contributions, long step) {
+void FillGaps(std::vector<Contribution>& contributions, long step, M2DSliceSourceVector::Slice const& placeholder) {
   long z = contributions.front().z;
   auto const span = static_cast<unsigned long>(HeightArithmetic::Difference(contributions.back().z, z));
   unsigned long const num_steps = span / static_cast<unsigned long>(step);
@@ -35,8 +31,8 @@ void FillGaps(std::vector<Contribution>& contributions, long step) {
         "merge them without fillGaps");
   }
   contributions.reserve(num_real + num_steps + 1);
-  contributions.push_back({z, kPlaceholder});
-  for (unsigned long i = 0; i < num_steps; ++i) contributions.push_back({z += step, kPlaceholder});
+  contributions.push_back({z, placeholder});
+  for (unsigned long i = 0; i < num_steps; ++i) contributions.push_back({z += step, placeholder});
   std::inplace_merge(contributions.begin(), contributions.begin() + static_cast<std::ptrdiff_t>(num_real),
                      contributions.end(), IsLower);
 }
@@ -155,8 +151,9 @@ void M2DSliceSourceVector::_Init() const {
   }
   if (contributions.empty()) return;
   std::stable_sort(contributions.begin(), contributions.end(), IsLower);
+  Slice const placeholder{m_sources.size(), 0};
   if (m_options.fillGaps) {
-    if (long const step = _GetGridStep(); step > 0) FillGaps(contributions, step);
+    if (long const step = _GetGridStep(); step > 0) FillGaps(contributions, step, placeholder);
   }
 
   std::vector<M2DSliceZArea> z_areas;
@@ -170,7 +167,7 @@ void M2DSliceSourceVector::_Init() const {
     auto const num_slices = static_cast<std::size_t>(last - first);
     slices.reserve(std::max(num_slices, least));
     std::transform(first, last, std::back_inserter(slices), [](Contribution const& one) { return one.slice; });
-    if (num_slices < least) slices.resize(least, kPlaceholder);
+    if (num_slices < least) slices.resize(least, placeholder);
     first = last;
   }
   m_z_areas.swap(z_areas);

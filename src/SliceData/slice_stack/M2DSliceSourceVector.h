@@ -13,7 +13,8 @@
 /// merged copy, `GetSlices` and `GetSliceItems` give the sources' own slices side by side, in the order of the sources.
 ///
 /// The first call that needs the layers reads all heights, in n log n of their number, and fixes the layers for the
-/// life of the object: sources and options that come later have no effect on them. As long as there are no layers at
+/// life of the object: sources and options that come later have no effect on them. (Do not add sources later: a
+/// placeholder is told from the number of sources.) As long as there are no layers at
 /// all, every such call tries again. A call that fails leaves the object as it was. `GetNumSlices`,
 /// `StartGettingSlices`, `GetSliceZArea`, `GetSliceThickness` and `GetSlice(unsigned long)` see to the layers; the
 /// other ways to a slice come after one of these.

@@ -13,6 +13,9 @@ target_include_directories(slicedata PRIVATE ${PROJECT_SOURCE_DIR}/tools/sliceda
 
 file(RELATIVE_PATH page_from_program ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/slicedata/view.html)
 target_compile_definitions(slicedata PRIVATE SLICEDATA_PAGE_FROM_PROGRAM="${page_from_program}")
+if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+  return()
+endif()
 set(empty_page ${PROJECT_BINARY_DIR}/share/slicedata/view.html)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/slicedata)
 add_custom_command(TARGET slicedata POST_BUILD COMMAND slicedata view -o ${empty_page} --force VERBATIM)

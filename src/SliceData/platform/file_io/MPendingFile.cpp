@@ -114,6 +114,12 @@ MPendingFile::MPendingFile(std::string path)
     _CloseAndForget();
     Throw(error, m_path, "cannot be created");
   }
+  // The file that is replaced may be private, or a group's: the new one is as it was, as far as that is allowed.
+  struct stat replaced {};
+  if (::stat(m_final_path.c_str(), &replaced) == 0) {
+    static_cast<void>(::fchown(m_descriptor, replaced.st_uid, replaced.st_gid) == 0);
+    static_cast<void>(::fchmod(m_descriptor, replaced.st_mode & 0777));
+  }
 }
 
 MPendingFile::~MPendingFile() {

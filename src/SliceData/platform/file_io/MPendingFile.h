@@ -10,7 +10,8 @@
 /// An output file that appears under its name only when it is whole.
 ///
 /// Until `Commit` the bytes go to a file of an unguessable name in the same directory; `Commit` gives it the final name
-/// in one step, so that whoever looks there sees the old file or the new one, never half of it. Without `Commit` the
+/// in one step, so that whoever looks there sees the old file or the new one, never half of it. A file that it replaces
+/// leaves it its permissions. Without `Commit` the
 /// temporary file is removed and the old file stays.
 ///
 /// Whatever the disk refuses is thrown as `std::system_error` with path and cause; the file cannot be committed any
