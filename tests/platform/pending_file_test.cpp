@@ -91,18 +91,24 @@ TEST_F(PendingFile, HoldsWhatWasAppendedAndPatched) {
   EXPECT_EQ(Read(m_path), expected);
 }
 
-TEST_F(PendingFile, HasOrdinaryPermissionsAndFollowsALink) {
+TEST_F(PendingFile, HasOrdinaryPermissionsOrThoseOfTheFileItReplacesAndFollowsALink) {
   std::string const link = m_directory + "/link";
-  std::ofstream(m_path) << "old";
-  std::filesystem::create_symlink("out", link);
+  auto const write = [](std::string const& path, char const* text) {
+    MPendingFile file(path);
+    file.Write(text);
+    file.Commit();
+  };
+  auto const get_permissions = [&] { return static_cast<unsigned>(std::filesystem::status(m_path).permissions()); };
   mode_t const mask = umask(027);
-  MPendingFile file(link);
-  file.Write("new");
-  file.Commit();
+  write(m_path, "old");
+  EXPECT_EQ(get_permissions(), 0640u);
+  std::filesystem::permissions(m_path, std::filesystem::perms(0606));
+  std::filesystem::create_symlink("out", link);
+  write(link, "new");
   umask(mask);
   EXPECT_TRUE(std::filesystem::is_symlink(link));
   EXPECT_EQ(Read(m_path), "new");
-  EXPECT_EQ(std::filesystem::status(m_path).permissions(), std::filesystem::perms(0640));
+  EXPECT_EQ(get_permissions(), 0606u);
 }
 
 TEST_F(PendingFile, RefusesWhatIsNoPlaceForAFile) {

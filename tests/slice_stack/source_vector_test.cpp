@@ -177,7 +177,6 @@ TEST(SourceVector, TheFirstMergeThatFindsLayersStays) {
 
   merged.AddSource(&late);
   EXPECT_THAT(LayersOf(merged), ElementsAre(XY(0, 2), XY(10, 2), XY(30, 2)));
-  EXPECT_TRUE(merged.GetSlice(0)->IsEmpty()) << "what stands for an empty slice goes on doing so";
   merged.StopGettingSlices();
   EXPECT_EQ(first.open_runs, 1) << "whoever owns a source stops it";
 }

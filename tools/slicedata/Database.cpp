@@ -27,6 +27,11 @@ namespace {
 using SliceDataCaching::CachedSliceStack;
 using SliceDataCaching::CachedSliceStackKeyInfo;
 
+/// The folder of the file itself, to which a path may be a symbolic link.
+std::filesystem::path FindFolder(std::string const& path) {
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(path)).parent_path();
+}
+
 /// Locks a folder, which is there before and after a file in it is replaced. Where that is not possible, nobody waits.
 int LockFolder(std::string const& folder) {
   int const descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -69,11 +74,8 @@ unsigned long ReadNumSlices(MDocument const& document) {
 }  // namespace
 
 Database::Database(std::string path, Use use) : m_path(std::move(path)) {
-  std::error_code ignored;
-  auto const resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(m_path), ignored);
-  m_file_path = resolved.empty() ? m_path : resolved.string();
-  if (use != Use::Read) m_lock = LockFolder(std::filesystem::path(m_file_path).parent_path().string());
-  if (IsThere(m_file_path)) {
+  if (use != Use::Read) m_lock = LockFolder(FindFolder(m_path).string());
+  if (IsThere(m_path)) {
     _Read();
   } else if (use != Use::ChangeOrMake) {
     throw Trouble(m_path, "there is no such file", "check the name, or make a database by 'slicedata db put'");
@@ -87,7 +89,7 @@ Database::~Database() {
 void Database::Check(std::string const& path) {
   if (IsThere(path)) {
     Database const readable(path, Use::Read);
-  } else if (auto const folder = std::filesystem::absolute(path).parent_path(); !IsThere(folder.string())) {
+  } else if (!std::filesystem::is_directory(FindFolder(path))) {
     throw Trouble(path, "its folder is not there", "make it first, or check the name");
   }
 }
@@ -131,7 +133,7 @@ unsigned long Database::CountSlices(CachedSliceStack const& entry) const {
 
 void Database::Save() {
   try {
-    SliceDataCaching::WriteDatabaseDocument(m_file_path, m_stacks);
+    SliceDataCaching::WriteDatabaseDocument(m_path, m_stacks);
   } catch (MDocumentError const&) {
     _RefuseDamagedEntries();
     throw;

@@ -45,8 +45,7 @@ class Database {
   void _RefuseDamagedEntries() const;
 
   std::string m_path;
-  std::string m_file_path;  ///< of the file itself, where the path is a symbolic link
-  int m_lock = -1;          ///< the folder of the file, locked; -1 without
+  int m_lock = -1;  ///< the folder of the file, locked; -1 without
   SliceDataCaching::DatabaseCachedSliceStacks m_stacks{false};
 };
 
