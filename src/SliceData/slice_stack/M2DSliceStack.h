@@ -19,9 +19,9 @@
 /// owned by the stack and shared with whoever asks by `GetSlice(unsigned long)` of a source.
 ///
 /// What is reached through a slice (layers, elements, points, update handles) is good only until other slices are
-/// accessed so often that this one is paged out: with the default strategy, five others of a kind can be enough. Take it
-/// anew for each slice, or hold eviction back with `M2DSliceStackCachingLock`. On disk coordinates have 32 bits: beyond
-/// 214 m they do not survive.
+/// accessed so often that this one is paged out: with the default strategy, five others of a kind can be enough. Take
+/// it anew for each slice, or hold eviction back with `M2DSliceStackCachingLock`. On disk coordinates have 32 bits:
+/// beyond 214 m they do not survive.
 ///
 /// Heights are internal units (0.1 µm). No operation takes a lock, and const operations fill caches, so threads that
 /// share a stack use its shared reference and `M2DSliceStackLockGuard`. Scratch files belong to the whole process: work
