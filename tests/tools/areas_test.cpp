@@ -67,7 +67,7 @@ TEST_F(AreasOfALayer, AreThoseThatTheOtherFileLeaves) {
               HasSubstr("low.cli: there is no layer at z 0.2"));
   EXPECT_THAT(RunIntoTrouble({"areas", "part.cli"}), HasSubstr("give --layer"));
   EXPECT_THAT(RunIntoTrouble({"areas", "part.cli", "--layer", "0:1"}), HasSubstr("2 layers are chosen"));
-  EXPECT_THAT(RunIntoTrouble({"areas", "part.cli", "--layer", "0", "-o", "x.cli"}), HasSubstr(".svg"));
+  EXPECT_THAT(RunIntoTrouble({"areas", "part.cli", "--layer", "0", "-o", "x.cli"}), HasSubstr("svg"));
 }
 
 TEST_F(AreasOfALayer, ThatAreTooManyForAPointAreNoLackOfMemory) {

@@ -51,7 +51,7 @@ TEST_F(Convert, TheFormatFollowsFromTheNameOrTheOption) {
   RunSilently({"generate", "lattice", "-o", "lattice.cli", "--size", "1", "--cell", "1", "--thickness", "0.5"});
   EXPECT_THAT(Read("lattice.cli"), HasSubstr("$$BINARY"));
 
-  EXPECT_THAT(RunIntoTrouble({"info", "part.data"}), HasSubstr("give --from if it is one of these: cli, slicestack"));
+  EXPECT_THAT(RunIntoTrouble({"info", "part.data"}), HasSubstr("give --from, for one of these: cli, slicestack"));
   EXPECT_THAT(RunIntoTrouble({"convert", "text.cli", "-o", "x.stl"}),
               HasSubstr("cli, cli-ascii, cli-binary, slicestack, svg"));
   EXPECT_THAT(RunIntoTrouble({"convert", "text.cli", "-o", "x.cli", "--to", "obj"}),

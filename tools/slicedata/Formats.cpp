@@ -67,6 +67,9 @@ bool IsRead(Format const& format) {
 bool IsWritten(Format const& format) {
   return format.open_target != nullptr;
 }
+bool IsPicture(Format const& format) {
+  return format.is_picture;
+}
 
 std::vector<std::string> GetNames(bool (*is_suitable)(Format const&)) {
   std::vector<std::string> names;
@@ -101,7 +104,7 @@ Format const& FindFormat(std::string const& path, std::string const& name, bool 
     throw Trouble(path, "it is a database of slices, not a slice file", "use 'slicedata db'");
   }
   throw Trouble(path, "its name does not tell a format that can be " + done,
-                "give " + option + " if it is one of these: " + formats);
+                "name it so, or give " + option + ", for one of these: " + formats);
 }
 
 }  // namespace
@@ -112,6 +115,10 @@ Format const& FindReadFormat(std::string const& path, std::string const& name) {
 
 Format const& FindWriteFormat(std::string const& path, std::string const& name) {
   return FindFormat(path, name, IsWritten, "--to", "written");
+}
+
+Format const& FindPictureFormat(std::string const& path, std::string const& name) {
+  return FindFormat(path, name, IsPicture, "--to", "drawn");
 }
 
 std::vector<std::string> GetReadFormatNames() {

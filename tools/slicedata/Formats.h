@@ -43,6 +43,7 @@ struct Format {
 /// `Trouble` that lists the formats if there is none.
 Format const& FindReadFormat(std::string const& path, std::string const& name);
 Format const& FindWriteFormat(std::string const& path, std::string const& name);
+Format const& FindPictureFormat(std::string const& path, std::string const& name);
 
 std::vector<std::string> GetReadFormatNames();
 std::vector<std::string> GetWriteFormatNames();

@@ -237,10 +237,8 @@ void CheckOutputPath(std::string const& path, OutputOptions const& options) {
 }
 
 Format const& CheckOutput(OutputOptions const& options) {
-  Format const& format = FindWriteFormat(options.path, options.to);
-  if (options.shows_only && !format.is_picture) {
-    throw Trouble(options.path, "this is no format of pictures", "name it .svg, or give --to svg");
-  }
+  Format const& format =
+      options.shows_only ? FindPictureFormat(options.path, options.to) : FindWriteFormat(options.path, options.to);
   CheckOutputPath(options.path, options);
   return format;
 }

@@ -62,17 +62,28 @@ long long CountBytes(M2DSlice const& slice) {
   return static_cast<long long>(num_pairs * 2 * sizeof(std::int32_t));
 }
 
-/// Writes the slices as the document that the page holds: the same bytes as those of `convert`.
-void WriteDocument(Input const& input, std::string const& path, TalkOptions const& talk) {
+/// Writes the slices as the document that the page holds: the same bytes as those of `convert`. Gives the box around
+/// them.
+M2DSliceXYArea WriteDocument(Input const& input, std::string const& path, TalkOptions const& talk) {
   OutputOptions const options;
   Output output(input, FindWriteFormat(path, "slicestack"), path, options);
   long long size = 0;
+  M2DSliceXYArea area;
   ForEachSlice(input, talk, [&](M2DSlice& slice, unsigned long) {
     size += CountBytes(slice);
     if (size > kMaxDocumentSize) RefuseSize(input);  // rather than when the disk is full
+    area.Extend(slice.GetXYArea());
     output.Add(slice);
   });
   output.Finish();
+  return area;
+}
+
+/// A JSON object of a box, empty for an empty one.
+std::string MakeExtent(M2DSliceXYArea const& area) {
+  if (area.IsEmpty()) return "{}";
+  return "{\"minX\": " + std::to_string(area.minX) + ", \"minY\": " + std::to_string(area.minY) +
+         ", \"maxX\": " + std::to_string(area.maxX) + ", \"maxY\": " + std::to_string(area.maxY) + "}";
 }
 
 /// A JSON object of the colours by which types are told apart.
@@ -153,14 +164,14 @@ void WriteFilledPage(ViewOptions const& options) {
   Input const input(options.input);
   VelAM::FileContent scratch;
   scratch.CreateTempFile(true);
-  WriteDocument(input, scratch.GetPath(), options.talk);
+  M2DSliceXYArea const extent = WriteDocument(input, scratch.GetPath(), options.talk);
 
   MInputFile const document(scratch.GetPath(), MInputFile::Order::Sequential);
   if (document.GetSize() > kMaxDocumentSize) RefuseSize(input);
   Origin const origin = input.GetOrigin();
   WritePage(options.output.path,
-            MakeSettings(", \"name\": " + JsonString(origin.title) +
-                         ", \"firstLayer\": " + std::to_string(origin.first_layer)),
+            MakeSettings(", \"name\": " + JsonString(origin.title) + ", \"firstLayer\": " +
+                         std::to_string(origin.first_layer) + ", \"extent\": " + MakeExtent(extent)),
             &document);
   TellSkipped(input, options.talk);
 }

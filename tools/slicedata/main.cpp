@@ -85,7 +85,7 @@ int Run(int argc, char const* const* argv) {
       "Lengths are in mm; 30um and 0.03mm are understood, too. Layers are counted from 0. The format of a file follows "
       "from its name: .cli (Common Layer Interface), .slicestack (a stack document, our own), .svg (a "
       "picture, written only). Databases of 'db' are .slicedb, pages of 'view' .html.");
-  program.AddHelp("Exit codes: 0 done, 1 no (not found, differs), 2 trouble, 129, 130 and 143 stopped by a signal.");
+  program.AddHelp("Exit codes: 0 done, 1 no (not found), 2 trouble, 129, 130 and 143 stopped by a signal.");
   program.AddHelp("'slicedata COMMAND --help' tells all about a command.");
   program.AddExample("slicedata generate lattice -o lattice.cli", "makes a sample to try things on");
   program.AddExample("slicedata info lattice.cli", "tells what is in it");

@@ -63,7 +63,7 @@ class Page {
   #wanted = 0; // the layer that the controls show
   #isReading = false;
   #slice = null; // what the picture shows
-  #seen = new Box(); // around all layers that were shown
+  #seen = new Box(); // around all layers that were shown, or all there are if that is known
   #isFitted = true; // until the view is moved by hand
 
   #types = new Map(); // the rows of the legend
@@ -91,29 +91,32 @@ class Page {
     const blob = await embedded.loading;
     byId('stage').classList.remove('busy');
     if (blob === null) byId('invitation').hidden = false;
-    else this.open(blob, settings.name, settings.firstLayer);
+    else this.open(blob, settings.name, settings);
   }
 
-  /** Shows a document. What was shown before stays if it cannot be read. */
-  async open(blob, name, firstLayer = 0) {
+  /**
+   * Shows a document. What was shown before stays if it cannot be read.
+   * @param {{firstLayer?: number, extent?: object}} known the number of its lowest layer, and the box around all of it
+   */
+  async open(blob, name, known = {}) {
     this.#tell('');
     byId('stage').classList.add('busy');
     try {
       const opened = await StackDocument.open(blob);
       if (opened.layers.length === 0) throw new DocumentError('There is no layer in it. Open another document.');
-      this.#begin(opened, name, firstLayer);
+      this.#begin(opened, name, known);
     } catch (error) {
       this.#tell(`${name}: ${explain(error)}`);
     }
     byId('stage').classList.toggle('busy', this.#isReading);
   }
 
-  #begin(opened, name, firstLayer) {
+  #begin(opened, name, { firstLayer = 0, extent = {} }) {
     this.#document = opened;
     this.#firstLayer = firstLayer;
     this.#slices = new Cache(128 << 20);
     this.#slice = null;
-    this.#seen = new Box();
+    this.#seen = Object.assign(new Box(), extent);
     this.#isFitted = true;
     this.#types.clear();
     this.#hidden.clear();
@@ -130,6 +133,7 @@ class Page {
     byId('slider').max = last;
     byId('number').min = firstLayer;
     byId('number').max = firstLayer + last;
+    this.#picture.fit(this.#seen);
     this.#show(Math.floor(last / 2)); // says more about a part than its lowest layer
   }
 
@@ -181,8 +185,9 @@ class Page {
 
   #take(slice, index) {
     this.#slice = slice;
+    const isFirst = this.#seen.isEmpty; // later ones are seen at the same scale
     if (slice !== null) this.#seen.extend(slice.box);
-    if (this.#isFitted) this.#picture.fit(this.#seen);
+    if (isFirst && this.#isFitted) this.#picture.fit(this.#seen);
     this.#updateFigures(index);
     this.#updateLegend();
     this.#draw();

@@ -2,6 +2,9 @@
 
 // Draws a layer on a canvas. Lengths on the canvas are its own pixels, y downward.
 
+// A line of no length is not drawn by all browsers if it is the only one.
+const kDot = 0.01;
+
 /** Strokes lines of one look: those that can be seen, as far as they can be seen. */
 class Pen {
   // One long path takes much longer than many of some length.
@@ -340,7 +343,7 @@ class Picture {
         if (taken[place] === 1) continue;
         taken[place] = 1;
         pen.moveTo(x, y);
-        pen.lineTo(x, y);
+        pen.lineTo(x + kDot, y);
       }
     }
     pen.finish();
@@ -352,7 +355,7 @@ class Picture {
       const x = this.#x + values[0] * this.#scale;
       const y = this.#y - values[1] * this.#scale;
       pen.moveTo(x, y);
-      pen.lineTo(x, y);
+      pen.lineTo(x + kDot, y);
     }
     pen.finish();
   }
