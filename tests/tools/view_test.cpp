@@ -92,6 +92,8 @@ TEST_F(View, PageHoldsTheDocumentThatConvertWrites) {
   RunSilently({"convert", "<b>&'part\".cli", "-o", "converted.slicestack", "--layers", "2:3", "--force"});
   EXPECT_TRUE(GetEmbedded(Read("page.html")) == Read("converted.slicestack"));
   EXPECT_THAT(Read("page.html"), AllOf(HasSubstr("\"\\u003cb>&'part\\\".cli\""), HasSubstr("\"firstLayer\": 2")));
+  EXPECT_THAT(Read("page.html"),
+              HasSubstr("\"extent\": {\"minX\": -30000, \"minY\": -40000, \"maxX\": 110000, \"maxY\": 70000}"));
   EXPECT_THAT(GetFiles(), testing::Not(testing::Contains(HasSubstr(".html."))));
 }
 
@@ -441,6 +443,19 @@ TEST_F(ViewInBrowser, ReadsDocumentsAsTheLibraryDoes) {
     EXPECT_TRUE(GetDigestOfPage(name) == GetDigest(name)) << GetDigestOfPage(name) << "\n\n" << GetDigest(name);
   }
   EXPECT_EQ(GetDigestOfPage("far.slicestack"), GetDigest("rich.slicestack"));
+}
+
+TEST_F(ViewInBrowser, MarksTheStartOfAContourThatIsTheOnlyOne) {
+  std::string part = MakeSmallPart(1);
+  auto const open_path = part.find("$$POLYLINE/1,2");
+  Write("part.cli", part.erase(open_path, part.find('\n', open_path) + 1 - open_path));
+  RunSilently({"view", "part.cli", "-o", "page.html"});
+  Open("page.html");
+  WaitForLayer("0");
+  long const ink = CountPixels("222222");
+  Evaluate("byId('starts').click()");
+  WaitForFrame();
+  EXPECT_GT(CountPixels("222222"), ink + 10);
 }
 
 TEST_F(ViewInBrowser, SaysWhatIsWrongWithAFile) {

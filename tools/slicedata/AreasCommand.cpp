@@ -1,5 +1,4 @@
 #include <SliceData/geometry/M2DSliceOperatorDetermineAreas.h>
-#include <SliceData/platform/units/MUnit.h>
 #include <SliceData/slice_model/M2DSlice.h>
 
 #include <memory>
@@ -38,13 +37,12 @@ std::unique_ptr<M2DSlice> ReadLayer(Input const& input, TalkOptions const& talk)
 }
 
 std::string MakeJson(Areas const& areas) {
-  std::string text = "{\n  \"schema\": 1,\n  \"unitsPerMm\": " + std::to_string(MUnit::GetIE()) + ",\n  \"areas\": [";
+  std::vector<std::string> objects;
   for (auto const& area : areas) {
-    text += &area == &areas.front() ? "\n" : ",\n";
-    text += "    {\"contours\": " + std::to_string(area.contours.size()) +
-            ", \"layers\": " + std::to_string(area.layers.size()) + "}";
+    objects.push_back("{\"contours\": " + std::to_string(area.contours.size()) +
+                      ", \"layers\": " + std::to_string(area.layers.size()) + "}");
   }
-  return text + (areas.empty() ? "]\n}\n" : "\n  ]\n}\n");
+  return MakeJsonList("areas", objects);
 }
 
 std::string MakeText(std::string const& path, Areas const& areas) {

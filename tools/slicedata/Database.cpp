@@ -16,6 +16,7 @@
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include "Console.h"
 #include "Trouble.h"
@@ -32,16 +33,6 @@ std::filesystem::path FindFolder(std::string const& path) {
   return std::filesystem::weakly_canonical(std::filesystem::absolute(path)).parent_path();
 }
 
-/// Locks a folder, which is there before and after a file in it is replaced. Where that is not possible, nobody waits.
-int LockFolder(std::string const& folder) {
-  int const descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-    TellNote(folder + ": waiting for another process that changes a database there");
-    static_cast<void>(::flock(descriptor, LOCK_EX));
-  }
-  return descriptor;
-}
-
 /// False only if it is certain that there is no such file: whatever else keeps it from being looked at is thrown.
 bool IsThere(std::string const& path) {
   std::error_code error;
@@ -51,53 +42,60 @@ bool IsThere(std::string const& path) {
   return true;
 }
 
-/// The document of a stored stack. Throws `MDocumentError` if it is none.
-std::shared_ptr<MDocument const> OpenStored(VelAM::FileContent const& content) {
-  MDocumentBytes const* const bytes = content.GetDocumentBytes();
-  auto document =
-      bytes != nullptr ? std::make_shared<MDocument>(*bytes) : std::make_shared<MDocument>(content.GetPath());
-  document->VisitChildren([&](MDocument::Child const& child) {
-    if (child.tag != "Stack") throw MDocumentError(document->GetPath(), "holds something else than a stack");
-  });
-  return document;
-}
+/// The document of a stored stack.
+struct Stored {
+  /// Throws `MDocumentError` if it is none.
+  explicit Stored(VelAM::FileContent const& content) {
+    MDocumentBytes const* const bytes = content.GetDocumentBytes();
+    document = bytes != nullptr ? std::make_shared<MDocument>(*bytes) : std::make_shared<MDocument>(content.GetPath());
+    document->VisitChildren([&](MDocument::Child const& child) {
+      if (child.tag != "Stack") throw MDocumentError(document->GetPath(), "holds something else than a stack");
+      if (std::string const* const text = child.FindLeaf("NumSlices")) MStreamTextIn(*text) >> num_slices;
+    });
+  }
 
-/// What its head tells; 0 without a stack.
-unsigned long ReadNumSlices(MDocument const& document) {
-  unsigned long num_slices = 0;
-  document.VisitChildren([&](MDocument::Child const& child) {
-    if (std::string const* const text = child.FindLeaf("NumSlices")) MStreamTextIn(*text) >> num_slices;
-  });
-  return num_slices;
+  std::shared_ptr<MDocument const> document;
+  unsigned long num_slices = 0;  ///< as its head tells
+};
+
+/// Reads the keys. What was not understood is given.
+std::vector<std::string> ReadKeys(std::string const& path, SliceDataCaching::DatabaseCachedSliceStacks& stacks) {
+  VelAM::SaxUtilities::ReadReport report;
+  if (!SliceDataCaching::ReadDatabaseDocument(path, stacks, &report)) throw std::runtime_error(report.error);
+  return report.warnings;
 }
 
 }  // namespace
 
+Database::Lock::Lock(std::string const& folder)
+    : m_descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  if (m_descriptor >= 0 && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    TellNote(folder + ": waiting for another process that changes a database there");
+    static_cast<void>(::flock(m_descriptor, LOCK_EX));
+  }
+}
+
+Database::Lock::~Lock() {
+  if (m_descriptor >= 0) ::close(m_descriptor);
+}
+
 Database::Database(std::string path, Use use) : m_path(std::move(path)) {
-  if (use != Use::Read) m_lock = LockFolder(FindFolder(m_path).string());
+  // The folder is there before and after the file in it is replaced.
+  if (use != Use::Read) m_lock.emplace(FindFolder(m_path).string());
   if (IsThere(m_path)) {
-    _Read();
+    for (std::string const& warning : ReadKeys(m_path, m_stacks)) TellNote(m_path + ": " + warning);
   } else if (use != Use::ChangeOrMake) {
     throw Trouble(m_path, "there is no such file", "check the name, or make a database by 'slicedata db put'");
   }
 }
 
-Database::~Database() {
-  if (m_lock >= 0) ::close(m_lock);
-}
-
 void Database::Check(std::string const& path) {
   if (IsThere(path)) {
-    Database const readable(path, Use::Read);
+    SliceDataCaching::DatabaseCachedSliceStacks stacks(false);
+    ReadKeys(path, stacks);
   } else if (!std::filesystem::is_directory(FindFolder(path))) {
     throw Trouble(path, "its folder is not there", "make it first, or check the name");
   }
-}
-
-void Database::_Read() {
-  VelAM::SaxUtilities::ReadReport report;
-  if (!SliceDataCaching::ReadDatabaseDocument(m_path, m_stacks, &report)) throw std::runtime_error(report.error);
-  for (std::string const& warning : report.warnings) TellNote(m_path + ": " + warning);
 }
 
 void Database::Load(CachedSliceStack& entry, TalkOptions const& talk) const {
@@ -105,7 +103,7 @@ void Database::Load(CachedSliceStack& entry, TalkOptions const& talk) const {
     for (auto const& data : entry.m_data) {
       if (data->m_loaded_data != nullptr || data->m_file_content == nullptr) continue;
       // In its place in the database: no copy is needed.
-      MDocumentReader reader(OpenStored(*data->m_file_content));
+      MDocumentReader reader(Stored(*data->m_file_content).document);
       reader.ExpectRefusal("VectorTypeInfo/VectorType");
       SliceDataCaching::CachedSliceStackDataSaxRead root(data.get());
       reader.Read(root);
@@ -124,7 +122,7 @@ unsigned long Database::CountSlices(CachedSliceStack const& entry) const {
       if (data->m_loaded_data != nullptr) {
         num_slices += data->m_loaded_data->m_stack->GetNumSlices();
       } else if (data->m_file_content != nullptr) {
-        num_slices += ReadNumSlices(*OpenStored(*data->m_file_content));
+        num_slices += Stored(*data->m_file_content).num_slices;
       }
     }
   });

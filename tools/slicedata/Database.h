@@ -3,6 +3,7 @@
 #include <SliceData/slice_data_cache/CachedSliceStack.h>
 #include <SliceData/slice_data_cache/DatabaseCachedSliceStacks.h>
 
+#include <optional>
 #include <string>
 
 #include "Options.h"
@@ -17,11 +18,10 @@ class Database {
   /// Reads the keys of the database; its stacks stay where they are. Whoever is to change it waits for others who
   /// change a database in the same folder. Throws `Trouble` if it is not there, unless it may be made.
   Database(std::string path, Use use);
-  ~Database();
   Database(Database const&) = delete;
   Database& operator=(Database const&) = delete;
 
-  /// Throws what `ChangeOrMake` would, without waiting.
+  /// Throws what `ChangeOrMake` would, without waiting and without a word about what is not understood.
   static void Check(std::string const& path);
 
   SliceDataCaching::DatabaseCachedSliceStacks& GetStacks() { return m_stacks; }
@@ -39,13 +39,24 @@ class Database {
   static std::string Describe(SliceDataCaching::CachedSliceStackKeyInfo::ID const& id);
 
  private:
-  void _Read();
+  /// A locked folder. Where it cannot be locked, nobody waits.
+  class Lock {
+   public:
+    explicit Lock(std::string const& folder);
+    ~Lock();
+    Lock(Lock const&) = delete;
+    Lock& operator=(Lock const&) = delete;
+
+   private:
+    int m_descriptor;
+  };
+
   template <class Function>
   void _NamingEntry(SliceDataCaching::CachedSliceStack const& entry, Function const& function) const;
   void _RefuseDamagedEntries() const;
 
   std::string m_path;
-  int m_lock = -1;  ///< the folder of the file, locked; -1 without
+  std::optional<Lock> m_lock;  ///< of the folder that the file is in
   SliceDataCaching::DatabaseCachedSliceStacks m_stacks{false};
 };
 

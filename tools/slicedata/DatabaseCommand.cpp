@@ -1,5 +1,4 @@
 #include <SliceData/platform/math/MMTransformMatrix.h>
-#include <SliceData/platform/units/MUnit.h>
 #include <SliceData/slice_data_cache/CachedSliceStackSelectorDefault.h>
 #include <SliceData/slice_data_cache/ICachedSliceStackSelector.h>
 #include <SliceData/slice_model/M2DSlice.h>
@@ -306,17 +305,16 @@ std::vector<ListedEntry> ListEntries(Database& database, std::string& damage) {
 }
 
 std::string MakeJson(std::vector<ListedEntry> const& entries) {
-  std::string text = "{\n  \"schema\": 1,\n  \"unitsPerMm\": " + std::to_string(MUnit::GetIE()) + ",\n  \"entries\": [";
+  std::vector<std::string> objects;
   for (ListedEntry const& listed : entries) {
-    text += &listed == &entries.front() ? "\n" : ",\n";
-    text += "    {\"id\": " + JsonString(listed.entry.m_id.m_global) +
-            ", \"revision\": " + JsonString(listed.entry.m_id.m_revision) +
-            ", \"thickness\": " + std::to_string(listed.entry.m_z_info.thickness) +
-            ", \"type\": " + (listed.type != nullptr ? JsonString(*listed.type) : "null") +
-            ", \"slices\": " + (listed.num_slices ? std::to_string(*listed.num_slices) : "null") +
-            ", \"usedPositions\": " + std::to_string(listed.num_used_positions) + "}";
+    objects.push_back("{\"id\": " + JsonString(listed.entry.m_id.m_global) +
+                      ", \"revision\": " + JsonString(listed.entry.m_id.m_revision) +
+                      ", \"thickness\": " + std::to_string(listed.entry.m_z_info.thickness) +
+                      ", \"type\": " + (listed.type != nullptr ? JsonString(*listed.type) : "null") +
+                      ", \"slices\": " + (listed.num_slices ? std::to_string(*listed.num_slices) : "null") +
+                      ", \"usedPositions\": " + std::to_string(listed.num_used_positions) + "}");
   }
-  return text + (entries.empty() ? "]\n}\n" : "\n  ]\n}\n");
+  return MakeJsonList("entries", objects);
 }
 
 std::string MakeText(std::vector<ListedEntry> const& entries) {

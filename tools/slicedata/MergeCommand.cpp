@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,7 +20,7 @@ namespace {
 /// A file to be merged, and what marks that which comes from it.
 struct Part {
   std::string path;
-  M2DSliceVectorTypeInfo properties;
+  std::optional<M2DSliceVectorTypeInfo> properties;
 };
 
 struct MergeOptions {
@@ -39,7 +40,7 @@ bool Exists(std::string const& path) {
 Part ParsePart(std::string const& word) {
   if (word.empty()) throw Trouble("", "it is empty", "give a name");
   auto const colon = word.rfind(':');
-  if (colon == std::string::npos || Exists(word) || !Exists(word.substr(0, colon))) return {word, {}};
+  if (colon == std::string::npos || Exists(word) || !Exists(word.substr(0, colon))) return {word, std::nullopt};
   return {word.substr(0, colon), ParseTypeSuffixes(word.substr(colon + 1))};
 }
 
@@ -52,7 +53,12 @@ int RunMerge(MergeOptions const& options) {
     whole.path = part.path;
     whole.from = options.input.from;
     inputs.push_back(std::make_unique<Input>(whole));
-    sources.push_back(std::make_unique<MarkedSource>(inputs.back()->GetSource(), part.properties));
+    ISource2DSlices const& source = inputs.back()->GetSource();
+    if (part.properties) {
+      sources.push_back(std::make_unique<MarkedSource>(source, *part.properties));
+    } else {
+      sources.push_back(std::make_unique<ForwardingSource>(source));
+    }
   }
   auto source = std::make_unique<MergedSource>(std::move(sources), options.fill_gaps);
   if (options.fill_gaps && !options.talk.quiet && FindLayerStep(*source) == 0) {

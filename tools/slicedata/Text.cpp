@@ -1,5 +1,7 @@
 #include "Text.h"
 
+#include <SliceData/platform/units/MUnit.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -106,6 +108,12 @@ std::string JsonString(std::string_view text) {
       },
       [&](char) { result += "\xEF\xBF\xBD"; });
   return result + '"';
+}
+
+std::string MakeJsonList(std::string const& name, std::vector<std::string> const& objects) {
+  std::string const list = objects.empty() ? "[]" : "[\n    " + Join(objects, ",\n    ") + "\n  ]";
+  return "{\n  \"schema\": 1,\n  \"unitsPerMm\": " + std::to_string(MUnit::GetIE()) + ",\n  " + JsonString(name) +
+         ": " + list + "\n}\n";
 }
 
 std::string Count(unsigned long count, std::string const& singular) {

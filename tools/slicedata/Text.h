@@ -13,6 +13,9 @@ std::string Printable(std::string_view text);
 /// The text as a JSON string in quotes. Bytes that are no UTF-8 become U+FFFD.
 std::string JsonString(std::string_view text);
 
+/// The JSON text of a command that lists objects under `name`, beside the version and the unit that all its JSON tells.
+std::string MakeJsonList(std::string const& name, std::vector<std::string> const& objects);
+
 /// "1 layer", "2 layers".
 std::string Count(unsigned long count, std::string const& singular);
 
