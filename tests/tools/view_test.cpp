@@ -50,7 +50,7 @@ std::string GetEmbedded(std::string const& page) {
 class View : public ProgramTest {
  protected:
   /// Layers 0.05 mm apart, with one vector more in each, with points, areas, an open contour and a type of their own.
-  void WriteRichPart(std::string const& name, int num_layers) const {
+  void WriteColourfulPart(std::string const& name, int num_layers) const {
     SliceFormats::StackDocumentTarget target(GetWorkPath(name));
     target.StartAddingSlices();
     for (int layer = 1; layer <= num_layers; ++layer) {
@@ -79,7 +79,7 @@ class View : public ProgramTest {
 
 TEST_F(View, PageHoldsTheDocumentThatConvertWrites) {
   Write("<b>&'part\".cli", MakeSmallPart(5));
-  WriteRichPart("rich.slicestack", 3);
+  WriteColourfulPart("rich.slicestack", 3);
   RunSilently({"generate", "lattice", "-o", "pieces.cli", "--size", "12", "--cell", "2", "--thickness", "0.1"});
   for (std::string const name : {"<b>&'part\".cli", "rich.slicestack", "pieces.cli"}) {
     RunSilently({"convert", name, "-o", "converted.slicestack", "--force"});
@@ -188,7 +188,7 @@ class ViewInBrowser : public View {
 };
 
 TEST_F(ViewInBrowser, ShowsTheLayersOfItsDocument) {
-  WriteRichPart("rich.slicestack", 40);
+  WriteColourfulPart("rich.slicestack", 40);
   RunSilently({"view", "rich.slicestack", "-o", "page.html", "--layers", "5:30"});
   RunSilently({"render", "rich.slicestack", "--layer", "5", "-o", "layer.svg"});
   Open("page.html");
@@ -429,7 +429,7 @@ TEST_F(ViewInBrowser, ReadsDocumentsAsTheLibraryDoes) {
     }
     writer.Finish();
   }
-  WriteRichPart("rich.slicestack", 2);
+  WriteColourfulPart("rich.slicestack", 2);
   // Beyond 4 GiB: as another program packs it, at the end of a file that is empty before.
   std::string const pack =
       "python3 -c \"import sys, zipfile\nwith open(sys.argv[2], 'wb') as file:\n file.seek(5 << 30)\n"
@@ -459,7 +459,7 @@ TEST_F(ViewInBrowser, MarksTheStartOfAContourThatIsTheOnlyOne) {
 }
 
 TEST_F(ViewInBrowser, SaysWhatIsWrongWithAFile) {
-  WriteRichPart("rich.slicestack", 300);
+  WriteColourfulPart("rich.slicestack", 300);
   std::string const rich = Read("rich.slicestack");
   auto const change = [&](std::size_t place) {
     std::string bytes = rich;
