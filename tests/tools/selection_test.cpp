@@ -104,7 +104,8 @@ TEST_F(Selection, RenderDrawsTheOneLayer) {
   EXPECT_THAT(refusal({"--z", "7"}), HasSubstr("from z 0.1 to 1.2 mm"));
   EXPECT_THAT(refusal({"--layer", "1", "--z", "0.5"}), HasSubstr("chosen already"));
   EXPECT_THAT(refusal({"--layer", "1:3"}), HasSubstr("3 layers are chosen"));
-  EXPECT_THAT(RunIntoTrouble({"render", "part.cli", "--layer", "1", "-o", "x.cli"}), HasSubstr("--to, for one of these: svg"));
+  EXPECT_THAT(RunIntoTrouble({"render", "part.cli", "--layer", "1", "-o", "x.cli"}),
+              HasSubstr("--to, for one of these: svg"));
   EXPECT_FALSE(Exists("x.svg"));
 }
 
