@@ -94,6 +94,61 @@ TEST_P(Faults, AFullDiskLosesNothing) {
   EXPECT_EQ(stack.GetSlice(0)->GetBorder().GetFirst()->GetNumPoints(), kPoints + 1u);
 }
 
+/// What is done between slices 0 and 11, and whose content they hold then.
+struct Transfer {
+  char const* name;
+  void (*run)(M2DSlice& a, M2DSlice& b);
+  std::vector<long> in_a;
+  std::vector<long> in_b;
+};
+
+Transfer const kTransfers[] = {
+    {"move", [](M2DSlice& a, M2DSlice& b) { b.CopyFrom(a, true); }, {}, {0}},
+    {"swap", [](M2DSlice& a, M2DSlice& b) { b.Swap(a); }, {11}, {0}},
+    {"add, moving", [](M2DSlice& a, M2DSlice& b) { b.Add(a, true); }, {}, {11, 0}},
+    {"add, copying", [](M2DSlice& a, M2DSlice& b) { b.Add(std::as_const(a)); }, {0}, {11, 0}},
+    {"assign", [](M2DSlice& a, M2DSlice& b) { b = a; }, {0}, {0}},
+};
+
+std::vector<long> ContentOf(M2DSlice const& slice) {
+  std::vector<long> of_border;
+  std::vector<long> of_vectors;
+  for (auto const& contour : slice.GetBorder()) of_border.push_back(contour.GetFirstPoint()->x);
+  for (auto const& block : slice.GetVectors()) of_vectors.push_back(block[0].x1);
+  EXPECT_EQ(of_border, of_vectors);
+  return of_border;
+}
+
+TEST_P(Faults, ATransferThatFailsBetweenTwoKindsChangesNothingAndCanBeTriedAgain) {
+  M2DSliceStackCachingStrategySingleTempFile::SetNumCachedSlices(2);
+  for (Transfer const& transfer : kTransfers) {
+    SCOPED_TRACE(transfer.name);
+    M2DSliceStack own(GetParam());
+    if (GetParam() == Caching::MultipleTempFiles) {
+      static_cast<M2DSliceStackCachingStrategyMultipleTempFiles&>(*own._GetCachingStrategy()).SetCacheSizes(2, 2, 2, 2);
+    }
+    for (long i = 0; i < kSlices; ++i) {
+      M2DSliceStackSlice& slice = *own.AddSlicePosition(i * 70000);
+      slice.GetBorderComponent().GetData().AddContour().AddPoint(i, 0);
+      slice.GetVectorsComponent().GetData().AddVectorBlock().resize(20000, {i, 0, 0, 0});
+    }
+    M2DSlice& a = *own.GetSlice(0);
+    M2DSlice& b = *own.GetSlice(kSlices - 1);
+    for (unsigned long i = 0; i < 7; ++i) ContentOf(*own.GetSlice(i));
+    // Vectors, but no borders, are to be written before those of a and b come in.
+    for (unsigned long i : {5, 6}) own.GetSlice(i)->GetVectorsUpdate()->GetFirst()->push_back({});
+    {
+      FullDisk const full(1);
+      EXPECT_THROW(transfer.run(a, b), std::system_error);
+    }
+    EXPECT_THAT(ContentOf(a), ::testing::ElementsAre(0));
+    EXPECT_THAT(ContentOf(b), ::testing::ElementsAre(11));
+    transfer.run(a, b);
+    EXPECT_EQ(ContentOf(a), transfer.in_a);
+    EXPECT_EQ(ContentOf(b), transfer.in_b);
+  }
+}
+
 TEST_P(Faults, ACutFileIsAnErrorForWhatWasCutAlone) {
   for (long i = 0; i < kSlices; ++i) AddSlice(i);
   for (long i = 0; i < kSlices; ++i) EXPECT_EQ(Access(i), "");

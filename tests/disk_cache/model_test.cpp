@@ -184,11 +184,11 @@ struct Component {
     return element;
   }
 
-  void ValidateData() {
-    if (data || !disk) return;
+  bool ValidateData() {
+    if (data || !disk) return false;
     memory.clear();
     for (Record const& record : records) memory.push_back(Read(record.stored));
-    data = true;
+    return data = true;
   }
 
   /// The coordinates that a record has room for.
@@ -270,14 +270,14 @@ struct Slice {
   Slice(Slice const&) = delete;
   Slice& operator=(Slice const&) = delete;
 
-  void LoadFromSource() {
-    if (validated || source == nullptr) return;
-    validated = true;
+  bool LoadFromSource() {
+    if (validated || source == nullptr) return false;
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
       components[kind].memory = (*source)[kind];
       components[kind].data = true;
       components[kind].disk = false;
     }
+    return validated = true;
   }
 
   bool GoBackToWaiting() {
@@ -415,52 +415,70 @@ Content& Open(Slice& slice, std::size_t kind) {
   return slice.components[kind].memory;
 }
 
-/// The access to another slice may have paged this one out since it was opened.
-void Reopen(Component& component) {
-  if (component.data || !component.disk) return;
-  component.ValidateData();
-  component.disk = false;
+/// Runs a change of two slices with all of their content in memory; what the strategy had let go meanwhile, goes again.
+template <class Function>
+void WithBothInMemory(Slice& first, Slice& second, Function const& change) {
+  std::array<Slice*, 2> const both{&first, &second};
+  for (std::size_t kind = 0; kind < kKinds; ++kind) {
+    for (Slice* const slice : both) slice->Access(kind);
+  }
+  bool was_let_go = false;
+  for (Slice* const slice : both) was_let_go |= slice->LoadFromSource();
+  for (Slice* const slice : both) {
+    for (Component& component : slice->components) was_let_go |= component.ValidateData();
+  }
+  change();
+  for (std::size_t kind = 0; was_let_go && kind < kKinds; ++kind) {
+    for (Slice* const slice : both) {
+      if (slice->strategy != nullptr) slice->strategy->Access(*slice, kind);
+    }
+  }
 }
 
 void Assign(Slice& target, Slice& source) {
   if (&target == &source) return;
+  WithBothInMemory(target, source, [&] {
+    for (std::size_t kind = 0; kind < kKinds; ++kind) {
+      target.Change(kind);
+      target.components[kind].memory = source.components[kind].memory;
+    }
+  });
+}
+
+void Replace(Slice& target, Slice& source, bool move) {
   for (std::size_t kind = 0; kind < kKinds; ++kind) {
-    Content& content = Open(target, kind);
-    source.Access(kind);
-    Reopen(target.components[kind]);
-    content = source.components[kind].memory;
+    source.Change(kind);
+    target.Change(kind);
+    target.components[kind].memory = source.components[kind].memory;
+    if (move) source.components[kind].memory.clear();
   }
 }
 
 void CopyFrom(Slice& target, Slice& source, bool move) {
   if (&target == &source) return;
-  for (std::size_t kind = 0; kind < kKinds; ++kind) {
-    Content& from = Open(source, kind);
-    target.Access(kind);
-    Reopen(source.components[kind]);
-    target.components[kind].memory = from;
-    if (move) from.clear();
-    target.Change(kind);
-  }
+  WithBothInMemory(source, target, [&] { Replace(target, source, move); });
 }
 
 void AddTo(Slice& target, Slice& source, bool change_source, bool move) {
-  for (std::size_t kind = 0; kind < kKinds; ++kind) {
-    Content& content = Open(target, kind);
-    source.Access(kind);
-    if (change_source) source.Change(kind);
-    Reopen(target.components[kind]);
-    Content& from = source.components[kind].memory;
-    content.insert(content.end(), from.begin(), from.end());
-    if (move) from.clear();
-  }
+  WithBothInMemory(target, source, [&] {
+    for (std::size_t kind = 0; kind < kKinds; ++kind) {
+      target.Change(kind);
+      if (change_source) source.Change(kind);
+      Content& content = target.components[kind].memory;
+      Content& from = source.components[kind].memory;
+      content.insert(content.end(), from.begin(), from.end());
+      if (move) from.clear();
+    }
+  });
 }
 
 void Swap(Slice& a, Slice& b) {
-  Slice temporary;
-  CopyFrom(temporary, b, true);
-  CopyFrom(b, a, true);
-  CopyFrom(a, temporary, true);
+  WithBothInMemory(b, a, [&] {
+    Slice temporary;
+    Replace(temporary, b, true);
+    Replace(b, a, true);
+    Replace(a, temporary, true);
+  });
 }
 
 // ------------------------------------------------------------------------------------------ the model and the library

@@ -1,6 +1,12 @@
 #include <SliceData/slice_model/M2DSlice.h>
+#include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
+#include <array>
 #include <utility>
+
+// A transfer between two slices may page: it brings in what is on disk, and what it brings in may push others out. All
+// of that comes first (`InMemory`). Then the hooks run and the content changes hands, kind by kind, with nothing
+// left that a disk or a source could refuse, so that a transfer that fails can be tried again.
 
 namespace {
 
@@ -24,12 +30,123 @@ typename Row::Update OpenForChange(M2DSlice& slice) {
   return typename Row::Update(Row::Component(slice));
 }
 
-/// Where two slices of a stack take part, the access to one may page the other out, which was opened for a change
-/// before: it is brought in again, and its record is as stale as before.
+/// A hook of a host may access other slices, and so page out what was opened for a change before: it is brought in
+/// again, and its record is as stale as before.
 template <class Row>
 void Reopen(M2DSlice& slice) {
   auto& component = Row::Component(slice);
   if (component.ValidateData()) component.InvalidateDiskState();
+}
+
+/// A slice in a transfer: one in a stack, whose strategy pages, or one that stands alone and has at most a record.
+class Participant {
+ public:
+  explicit Participant(M2DSlice const& slice)
+      : m_slice(slice), m_in_stack(dynamic_cast<M2DSliceStackSlice const*>(&slice)) {
+    if (m_in_stack != nullptr && m_in_stack->_IsHeld()) m_in_stack = nullptr;
+  }
+  ~Participant() { Release(); }
+  Participant(Participant const&) = delete;
+  Participant& operator=(Participant const&) = delete;
+
+  template <class Row>
+  void Access() const {
+    if (m_in_stack != nullptr) m_in_stack->_BeforeAccess(Row::kIndex);
+    Row::Component(m_slice).ValidateData();
+  }
+
+  /// True if the accesses had let the slice go back to waiting for its source.
+  bool Hold() const { return m_in_stack != nullptr && m_in_stack->_Hold(); }
+  void Release() const {
+    if (m_in_stack != nullptr) m_in_stack->_Release();
+  }
+
+  /// True if the accesses had let something go.
+  bool BringIn() const {
+    bool was_let_go = false;
+    M2DSlice::ForEachRow([&](auto row) { was_let_go |= decltype(row)::Component(m_slice).ValidateData(); });
+    return was_let_go;
+  }
+
+  template <class Row>
+  void LetStrategyPage() const {
+    if (m_in_stack != nullptr) m_in_stack->_TellStrategyOfAccess(Row::kIndex);
+  }
+
+ private:
+  M2DSlice const& m_slice;
+  M2DSliceStackSlice const* m_in_stack;  ///< null if it stands alone, or if a transfer around this one holds it
+};
+
+/// All content of both slices of a transfer, in memory while this lives. The accesses to them are told to the
+/// strategies here, kind by kind, the first slice before the second; the hooks of the transfer then tell no more of
+/// them. What throws here has changed the content of neither slice.
+class InMemory {
+ public:
+  InMemory(M2DSlice const& first, M2DSlice const& second) : m_first(first), m_second(second) {
+    M2DSlice::ForEachRow([&](auto row) {
+      m_first.Access<decltype(row)>();
+      m_second.Access<decltype(row)>();
+    });
+    for (Participant const* const slice : {&m_first, &m_second}) m_exceeds_limits |= slice->Hold();
+    for (Participant const* const slice : {&m_first, &m_second}) m_exceeds_limits |= slice->BringIn();
+  }
+
+  /// A slice that had to come back after the strategy had let it go would stay beyond the limits.
+  ~InMemory() {
+    m_first.Release();
+    m_second.Release();
+    if (!m_exceeds_limits) return;
+    try {
+      M2DSlice::ForEachRow([&](auto row) {
+        m_first.LetStrategyPage<decltype(row)>();
+        m_second.LetStrategyPage<decltype(row)>();
+      });
+    } catch (...) {
+      // What cannot leave now stays in memory, and goes with a later access.
+    }
+  }
+
+  InMemory(InMemory const&) = delete;
+  InMemory& operator=(InMemory const&) = delete;
+
+ private:
+  Participant m_first;
+  Participant m_second;
+  bool m_exceeds_limits = false;
+};
+
+/// How much each kind of a slice holds, to go back to if copies that are being appended do not fit into memory.
+class Mark {
+ public:
+  explicit Mark(M2DSlice& slice) : m_slice(slice) {
+    M2DSlice::ForEachRow([&](auto row) {
+      using Row = decltype(row);
+      m_counts[Row::kIndex] = Row::Component(m_slice).GetData().GetCount();
+    });
+  }
+
+  void GoBack() const noexcept {
+    M2DSlice::ForEachRow([&](auto row) {
+      using Row = decltype(row);
+      Row::Component(m_slice).GetData().Truncate(m_counts[Row::kIndex]);
+    });
+  }
+
+ private:
+  M2DSlice& m_slice;
+  std::array<unsigned long, M2DSlice::kNumRows> m_counts{};
+};
+
+/// Runs what appends copies to a slice; without memory for all of them none stay.
+template <class Append>
+void AppendAllOrNone(Mark const& before, Append const& append) {
+  try {
+    append();
+  } catch (...) {
+    before.GoBack();
+    throw;
+  }
 }
 
 }  // namespace
@@ -100,6 +217,7 @@ M2DSlice::~M2DSlice() {
 
 M2DSlice& M2DSlice::operator=(M2DSlice const& source) {
   if (this == &source) return *this;
+  InMemory const both(*this, source);
   m_xy_area = source.m_xy_area;
   _TakeZAreaIfInvalid(source);
   ForEachRow([&](auto row) {
@@ -158,6 +276,7 @@ void M2DSlice::_OnChangedBitmap() {
 
 void M2DSlice::CopyFrom(M2DSlice& source, bool move) {
   if (this == &source) return;
+  InMemory const both(source, *this);
   _TakeZAreaIfInvalid(source);
   ForEachRow([&](auto row) {
     using Row = decltype(row);
@@ -174,29 +293,53 @@ void M2DSlice::CopyTo(M2DSlice& target, bool move) {
 }
 
 void M2DSlice::Swap(M2DSlice& other) {
+  InMemory const both(other, *this);
   M2DSlice temporary;
-  temporary.CopyFrom(other, true);
-  other.CopyFrom(*this, true);
-  CopyFrom(temporary, true);
+  try {
+    temporary.CopyFrom(other, true);
+    other.CopyFrom(*this, true);
+    CopyFrom(temporary, true);
+  } catch (...) {
+    // A hook of a host has thrown. What was on its way goes to whichever slice has nothing of its kind.
+    ForEachRow([&](auto row) {
+      using Row = decltype(row);
+      auto& stranded = Row::Component(temporary).GetData();
+      if (stranded.IsEmpty()) return;
+      auto& place = Row::Component(Row::Component(other).GetNumElements() == 0 ? other : *this);
+      place.ValidateData();
+      place._InvalidateCachedData();
+      place.GetData().Add(stranded, true);
+      place.InvalidateDiskState();
+    });
+    throw;
+  }
 }
 
 void M2DSlice::Add(M2DSlice& other, bool move) {
+  InMemory const both(*this, other);
+  Mark const before(*this);
   ForEachRow([&](auto row) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(*this);
     auto source = OpenForChange<Row>(other);
     Reopen<Row>(*this);
-    data->Add(*source, move);
+    if (move) {
+      data->Add(*source, true);
+    } else {
+      AppendAllOrNone(before, [&] { data->Add(std::as_const(*source)); });
+    }
   });
 }
 
 void M2DSlice::Add(M2DSlice const& other) {
+  InMemory const both(*this, other);
+  Mark const before(*this);
   ForEachRow([&](auto row) {
     using Row = decltype(row);
     auto data = OpenForChange<Row>(*this);
     Row::OnAccess(other);
     Reopen<Row>(*this);
-    data->Add(std::as_const(Row::Component(other).GetData()));
+    AppendAllOrNone(before, [&] { data->Add(std::as_const(Row::Component(other).GetData())); });
   });
 }
 

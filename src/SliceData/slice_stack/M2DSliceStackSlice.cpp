@@ -2,6 +2,8 @@
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
+#include <array>
+
 M2DSliceStackSlice::M2DSliceStackSlice(M2DSliceZArea const& z_area, M2DSliceStack* stack)
     : M2DSlice(z_area), m_stack(stack), m_strategy(stack->_GetCachingStrategy()) {
   if (m_strategy == nullptr) return;
@@ -28,22 +30,22 @@ void M2DSliceStackSlice::_OnClear() {
 void M2DSliceStackSlice::_OnCleared() {}
 
 void M2DSliceStackSlice::_OnAccessBorder() const {
-  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessBorder);
+  _BeforeAccess(BorderRow::kIndex);
   M2DSlice::_OnAccessBorder();
 }
 
 void M2DSliceStackSlice::_OnAccessVectors() const {
-  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessVectors);
+  _BeforeAccess(VectorsRow::kIndex);
   M2DSlice::_OnAccessVectors();
 }
 
 void M2DSliceStackSlice::_OnAccessPoints() const {
-  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessPoints);
+  _BeforeAccess(PointsRow::kIndex);
   M2DSlice::_OnAccessPoints();
 }
 
 void M2DSliceStackSlice::_OnAccessAreas() const {
-  _BeforeAccess(&I2DSliceStackCachingStrategy::_OnAccessAreas);
+  _BeforeAccess(AreasRow::kIndex);
   M2DSlice::_OnAccessAreas();
 }
 
@@ -99,8 +101,9 @@ bool M2DSliceStackSlice::_SetInInitialSourceState() {
   return true;
 }
 
-void M2DSliceStackSlice::_ValidateFromInitialSource() const {
-  if (m_validated || m_initial_source == nullptr) return;
+/// True if the slice was waiting.
+bool M2DSliceStackSlice::_ValidateFromInitialSource() const {
+  if (m_validated || m_initial_source == nullptr) return false;
   m_validated = true;  // first, so that the hooks below do not come back here
   try {
     M2DSlice loaded;
@@ -119,6 +122,7 @@ void M2DSliceStackSlice::_ValidateFromInitialSource() const {
   }
   _InvalidateXYArea();
   if (m_stack != nullptr) m_stack->_InvalidateXYArea();
+  return true;
 }
 
 void M2DSliceStackSlice::_StartWaiting() {
@@ -134,11 +138,24 @@ void M2DSliceStackSlice::_DropInitialSource() {
 
 /// The strategy comes before the component's own load, since it may page other data out first. With a small limit it
 /// may even let this slice go back to waiting.
-void M2DSliceStackSlice::_BeforeAccess(AccessHook hook) const {
+void M2DSliceStackSlice::_BeforeAccess(std::size_t kind) const {
   _ValidateFromInitialSource();
-  if (m_strategy == nullptr) return;
-  (m_strategy.get()->*hook)(const_cast<M2DSliceStackSlice*>(this));
+  if (m_strategy == nullptr || m_held) return;
+  _TellStrategyOfAccess(kind);
   _ValidateFromInitialSource();
+}
+
+void M2DSliceStackSlice::_TellStrategyOfAccess(std::size_t kind) const {
+  static constexpr std::array<void (I2DSliceStackCachingStrategy::*)(M2DSliceStackSlice*), kNumRows> kHooks = {
+      &I2DSliceStackCachingStrategy::_OnAccessBorder, &I2DSliceStackCachingStrategy::_OnAccessVectors,
+      &I2DSliceStackCachingStrategy::_OnAccessPoints, &I2DSliceStackCachingStrategy::_OnAccessAreas};
+  if (m_strategy != nullptr) (m_strategy.get()->*kHooks[kind])(const_cast<M2DSliceStackSlice*>(this));
+}
+
+bool M2DSliceStackSlice::_Hold() const {
+  bool const was_waiting = _ValidateFromInitialSource();
+  m_held = true;
+  return was_waiting;
 }
 
 void M2DSliceStackSlice::_BeforeChange() {

@@ -5,6 +5,7 @@
 #include <SliceData/slice_stack/I2DSliceStackCachingStrategy.h>
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
 
 class ISource2DSlices;
 
@@ -52,17 +53,25 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
   bool IsValidated() const { return m_validated; }
   boost::shared_ptr<ISource2DSlices> const& GetInitialSource() const { return m_initial_source; }
 
+  // What a transfer between slices does ahead of its hooks, by the index of a kind. While the slice is held, its access
+  // hooks do not ask the strategy.
+
+  void _BeforeAccess(std::size_t kind) const;
+  void _TellStrategyOfAccess(std::size_t kind) const;
+  /// Loads the slice if the accesses have let it go back to waiting for its source. True if they had.
+  bool _Hold() const;
+  void _Release() const { m_held = false; }
+  bool _IsHeld() const { return m_held; }
+
   /// The stack that holds the slice from now on; null once it has left its stack.
   void _SetStack(M2DSliceStack* stack) { m_stack = stack; }
 
  private:
-  using AccessHook = void (I2DSliceStackCachingStrategy::*)(M2DSliceStackSlice*);
   using PrepareHook = bool (I2DSliceStackCachingStrategy::*)(M2DSliceStackSlice*);
 
-  void _ValidateFromInitialSource() const;
+  bool _ValidateFromInitialSource() const;
   void _StartWaiting();
   void _DropInitialSource();
-  void _BeforeAccess(AccessHook hook) const;
   void _BeforeChange();
   void _AfterChange();
   bool _Prepare(PrepareHook hook);
@@ -70,6 +79,7 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
   M2DSliceStack* m_stack;
   boost::shared_ptr<I2DSliceStackCachingStrategy> m_strategy;
   mutable bool m_validated = false;
+  mutable bool m_held = false;
   mutable boost::shared_ptr<ISource2DSlices> m_initial_source;
   mutable unsigned long m_source_index = 0;
 };

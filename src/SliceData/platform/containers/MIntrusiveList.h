@@ -105,6 +105,11 @@ class MIntrusiveList {
     other.m_count = 0;
   }
 
+  /// Deletes elements at the tail until there are no more than `count`.
+  void Truncate(unsigned long count) noexcept {
+    while (m_count > count) Unlink(m_last);
+  }
+
   /// Deletes all elements, first to last.
   void Clear() noexcept {
     for (Element* element = m_first; element != nullptr;) {
