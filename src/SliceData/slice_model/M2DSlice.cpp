@@ -41,13 +41,22 @@ void Reopen(M2DSlice& slice) {
 /// A slice in a transfer: one in a stack, whose strategy pages, or one that stands alone and has at most a record.
 class Participant {
  public:
-  explicit Participant(M2DSlice const& slice)
-      : m_slice(slice), m_in_stack(dynamic_cast<M2DSliceStackSlice const*>(&slice)) {
-    if (m_in_stack != nullptr && m_in_stack->_IsHeld()) m_in_stack = nullptr;
+  explicit Participant(M2DSlice const& slice) : m_slice(slice) {
+    if (!slice._IsStackSlice()) return;
+    auto const& of_stack = static_cast<M2DSliceStackSlice const&>(slice);
+    if (!of_stack._IsHeld()) m_in_stack = &of_stack;
   }
   ~Participant() { Release(); }
   Participant(Participant const&) = delete;
   Participant& operator=(Participant const&) = delete;
+
+  /// True if nothing of the slice has to come or could go.
+  bool IsSettled() const {
+    if (m_in_stack != nullptr && !m_in_stack->_IsSettled()) return false;
+    bool has_all = true;
+    M2DSlice::ForEachRow([&](auto row) { has_all &= decltype(row)::Component(m_slice).IsDataValid(); });
+    return has_all;
+  }
 
   template <class Row>
   void Access() const {
@@ -75,7 +84,7 @@ class Participant {
 
  private:
   M2DSlice const& m_slice;
-  M2DSliceStackSlice const* m_in_stack;  ///< null if it stands alone, or if a transfer around this one holds it
+  M2DSliceStackSlice const* m_in_stack = nullptr;  ///< null, too, if a transfer around this one holds it
 };
 
 /// All content of both slices of a transfer, in memory while this lives. The accesses to them are told to the
@@ -84,6 +93,7 @@ class Participant {
 class InMemory {
  public:
   InMemory(M2DSlice const& first, M2DSlice const& second) : m_first(first), m_second(second) {
+    if (m_first.IsSettled() && m_second.IsSettled()) return;
     M2DSlice::ForEachRow([&](auto row) {
       m_first.Access<decltype(row)>();
       m_second.Access<decltype(row)>();
@@ -197,8 +207,11 @@ void M2DSlice::_OnChanged(Component& component) {
 
 M2DSlice::M2DSlice() : M2DSlice(M2DSliceZArea()) {}
 
-M2DSlice::M2DSlice(M2DSliceZArea const& z_area)
+M2DSlice::M2DSlice(M2DSliceZArea const& z_area) : M2DSlice(z_area, Form::Alone) {}
+
+M2DSlice::M2DSlice(M2DSliceZArea const& z_area, Form form)
     : m_z_area(z_area),
+      m_form(form),
       m_border(this, 0),
       m_vectors(this),
       m_points(this),

@@ -68,6 +68,10 @@ class VELSDK_EXPORT M2DSlice {
   virtual void _OnChangedAreas();
   virtual void _OnChangedBitmap();
 
+  // Transfers between slices. Whatever pages or loads comes before anything changes hands, so one that throws for a disk
+  // or a source leaves both slices as they were, and can be tried again. If a hook of a host throws, what comes before
+  // it is done.
+
   /// Replaces the geometry by the source's, moving if `move`; the source then ends empty. Runs the source's change
   /// hooks in either case. Z as with assignment.
   void CopyFrom(M2DSlice& source, bool move);
@@ -99,6 +103,9 @@ class VELSDK_EXPORT M2DSlice {
   M2DSliceZArea const& GetZArea() const { return m_z_area; }
   M2DSliceZArea& GetZArea() { return m_z_area; }
   void SetZArea(M2DSliceZArea const& z_area) { m_z_area = z_area; }
+
+  /// True for an `M2DSliceStackSlice`.
+  bool _IsStackSlice() const { return m_form == Form::OfStack; }
 
   /// The box around all geometry, computed from the summaries if it is not known.
   M2DSliceXYArea const& GetXYArea() const;
@@ -151,6 +158,10 @@ class VELSDK_EXPORT M2DSlice {
   M2DSliceComponentPoints const& GetPointsComponent() const { return m_points; }
   M2DSliceComponentContours const& GetAreasComponent() const { return m_areas; }
 
+ protected:
+  enum class Form : bool { Alone, OfStack };
+  M2DSlice(M2DSliceZArea const& z_area, Form form);
+
  private:
   template <class Component>
   Component& _Open(Component& component) {
@@ -174,6 +185,7 @@ class VELSDK_EXPORT M2DSlice {
   M2DSliceZArea m_z_area;
   mutable M2DSliceXYArea m_xy_area;
   mutable bool m_xy_area_valid = true;
+  Form const m_form;
   // Reading may bring data in, so the components change behind const operations.
   mutable M2DSliceComponentContours m_border;
   mutable M2DSliceComponentVectors m_vectors;

@@ -80,7 +80,8 @@ class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference
   M2DSlice* AddSlice(M2DSlice const& slice) { return _OnAddSlice(slice); }
   M2DSlice* AddSlice(M2DSlice& slice, bool move) { return _OnAddSlice(slice, move); }
 
-  /// Adds the geometry of all slices of `other` to the slices at their z, moving it if `move`.
+  /// Adds the geometry of all slices of `other` to the slices at their z, moving it if `move`. Slice by slice: if it
+  /// fails, those below are done. Moving can then be called again; copying would add them twice.
   void AddSliceStack(M2DSliceStack& other, bool move);
 
   /// The thickness of a layer, kept as the property "SliceThickness".

@@ -1,11 +1,24 @@
 #include <SliceData/slice_stack/ISource2DSlices.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
+#include <SliceData/slice_stack/M2DSliceStackCachingStrategyNoTempFiles.h>
 #include <SliceData/slice_stack/M2DSliceStackSlice.h>
 
 #include <array>
+#include <typeinfo>
+
+namespace {
+
+bool MayPage(I2DSliceStackCachingStrategy const* strategy) {
+  return strategy != nullptr && typeid(*strategy) != typeid(M2DSliceStackCachingStrategyNoTempFiles);
+}
+
+}  // namespace
 
 M2DSliceStackSlice::M2DSliceStackSlice(M2DSliceZArea const& z_area, M2DSliceStack* stack)
-    : M2DSlice(z_area), m_stack(stack), m_strategy(stack->_GetCachingStrategy()) {
+    : M2DSlice(z_area, Form::OfStack),
+      m_stack(stack),
+      m_strategy(stack->_GetCachingStrategy()),
+      m_pages(MayPage(m_strategy.get())) {
   if (m_strategy == nullptr) return;
   ForEachRow([&](auto row) { decltype(row)::Component(*this).SetCachingStrategy(m_strategy.get()); });
 }
@@ -101,9 +114,7 @@ bool M2DSliceStackSlice::_SetInInitialSourceState() {
   return true;
 }
 
-/// True if the slice was waiting.
-bool M2DSliceStackSlice::_ValidateFromInitialSource() const {
-  if (m_validated || m_initial_source == nullptr) return false;
+void M2DSliceStackSlice::_LoadFromInitialSource() const {
   m_validated = true;  // first, so that the hooks below do not come back here
   try {
     M2DSlice loaded;
@@ -122,7 +133,6 @@ bool M2DSliceStackSlice::_ValidateFromInitialSource() const {
   }
   _InvalidateXYArea();
   if (m_stack != nullptr) m_stack->_InvalidateXYArea();
-  return true;
 }
 
 void M2DSliceStackSlice::_StartWaiting() {
@@ -140,7 +150,7 @@ void M2DSliceStackSlice::_DropInitialSource() {
 /// may even let this slice go back to waiting.
 void M2DSliceStackSlice::_BeforeAccess(std::size_t kind) const {
   _ValidateFromInitialSource();
-  if (m_strategy == nullptr || m_held) return;
+  if (!m_pages || m_held) return;
   _TellStrategyOfAccess(kind);
   _ValidateFromInitialSource();
 }
@@ -149,7 +159,7 @@ void M2DSliceStackSlice::_TellStrategyOfAccess(std::size_t kind) const {
   static constexpr std::array<void (I2DSliceStackCachingStrategy::*)(M2DSliceStackSlice*), kNumRows> kHooks = {
       &I2DSliceStackCachingStrategy::_OnAccessBorder, &I2DSliceStackCachingStrategy::_OnAccessVectors,
       &I2DSliceStackCachingStrategy::_OnAccessPoints, &I2DSliceStackCachingStrategy::_OnAccessAreas};
-  if (m_strategy != nullptr) (m_strategy.get()->*kHooks[kind])(const_cast<M2DSliceStackSlice*>(this));
+  if (m_pages) (m_strategy.get()->*kHooks[kind])(const_cast<M2DSliceStackSlice*>(this));
 }
 
 bool M2DSliceStackSlice::_Hold() const {

@@ -62,6 +62,8 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
   bool _Hold() const;
   void _Release() const { m_held = false; }
   bool _IsHeld() const { return m_held; }
+  /// True if its content is in memory for good.
+  bool _IsSettled() const { return !m_pages && (m_validated || m_initial_source == nullptr); }
 
   /// The stack that holds the slice from now on; null once it has left its stack.
   void _SetStack(M2DSliceStack* stack) { m_stack = stack; }
@@ -69,7 +71,13 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
  private:
   using PrepareHook = bool (I2DSliceStackCachingStrategy::*)(M2DSliceStackSlice*);
 
-  bool _ValidateFromInitialSource() const;
+  /// True if the slice was waiting.
+  bool _ValidateFromInitialSource() const {
+    if (m_validated || m_initial_source == nullptr) return false;
+    _LoadFromInitialSource();
+    return true;
+  }
+  void _LoadFromInitialSource() const;
   void _StartWaiting();
   void _DropInitialSource();
   void _BeforeChange();
@@ -80,6 +88,7 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
   boost::shared_ptr<I2DSliceStackCachingStrategy> m_strategy;
   mutable bool m_validated = false;
   mutable bool m_held = false;
+  bool m_pages;  ///< false without a strategy, and with the one that keeps all in memory
   mutable boost::shared_ptr<ISource2DSlices> m_initial_source;
   mutable unsigned long m_source_index = 0;
 };
