@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <random>
 #include <utility>
 
 #include "SliceFiles.h"
@@ -93,37 +92,6 @@ TEST(BrokenCli, NamesTheFileThatCannotBeRead) {
   EXPECT_THROW(CliSource("/"), FormatError);
   EXPECT_THROW(CliSource("/dev/zero"), FormatError);
 }
-
-class BrokenSmallFiles : public testing::TestWithParam<std::string> {};
-
-TEST_P(BrokenSmallFiles, EveryPrefixIsRefusedOrRead) {
-  unsigned refused = 0;
-  for (std::size_t size = 0; size < GetParam().size(); ++size)
-    refused += !FindFault(GetParam().substr(0, size)).empty();
-  EXPECT_GT(refused, GetParam().size() / 2);
-}
-
-TEST_P(BrokenSmallFiles, FlippedBytesAreRefusedOrRead) {
-  for (std::size_t i = 0; i < GetParam().size(); ++i) {
-    for (unsigned const flip : {0x01u, 0x04u, 0x10u, 0x80u, 0xFFu}) {
-      std::string bytes = GetParam();
-      bytes[i] = static_cast<char>(static_cast<unsigned char>(bytes[i]) ^ flip);
-      FindFault(bytes);
-    }
-  }
-  constexpr unsigned kSeed = 20240611;
-  std::mt19937 random(kSeed);
-  for (int round = 0; round < 3000; ++round) {
-    std::string bytes = GetParam();
-    for (int change = 0; change < 4; ++change) bytes[random() % bytes.size()] = static_cast<char>(random());
-    if (round % 3 == 0) bytes.erase(random() % bytes.size(), random() % 8);
-    FindFault(bytes);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, BrokenSmallFiles,
-                         testing::Values(MakeSmallAsciiCli(), MakeSmallBinaryCli(),
-                                         MakeSmallBinaryCli(BinaryCli::Layout::FillBehindShortValues)));
 
 TEST(BrokenCli, LeavesTheCallersSliceAsItIs) {
   MemoryFile const file(Ascii("$$LAYER/1\n$$POLYLINE/1,1,1,2,3\n$$LAYER/2\n$$POLYLINE/1,1,1,4,5\n$$POLYLINE/1\n"));

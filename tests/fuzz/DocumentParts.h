@@ -2,15 +2,28 @@
 
 #include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/file_io/MZipWriter.h>
+#include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/platform/sax/MDocumentText.h>
 
-#include <stdexcept>
+#include <cstdio>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 /// Documents of arbitrary bytes whose archive is well-formed, since no fuzzer guesses check sums.
 namespace fuzz {
+
+/// The file that is written and read, in memory, and one to save what was read.
+struct ScratchFiles {
+  std::string const path = "/dev/shm/slicedata-fuzz-" + std::to_string(getpid());
+  std::string const again = path + ".again";
+
+  ~ScratchFiles() {
+    std::remove(path.c_str());
+    std::remove(again.c_str());
+  }
+};
 
 /// Between the pieces of an input: trees, streams and contents in turn.
 constexpr std::string_view kSeparator = "\n--\n";
@@ -47,11 +60,12 @@ inline void WriteParts(std::string const& path, std::string const& kind, std::st
   file.Commit(false);
 }
 
+/// A document that is refused is no finding, any other exception is.
 template <class Function>
 void Try(Function const& function) {
   try {
     function();
-  } catch (std::runtime_error const&) {
+  } catch (MDocumentError const&) {
   }
 }
 

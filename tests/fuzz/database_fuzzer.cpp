@@ -10,7 +10,6 @@
 #include <fstream>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 
 #include "DocumentParts.h"
 
@@ -56,21 +55,21 @@ void AskForAll(CachedSliceStack& entry) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   if (size == 0) return 0;
   std::string_view const input(reinterpret_cast<char const*>(data) + 1, size - 1);
-  static std::string const path = "/dev/shm/slicedata-fuzz-db-" + std::to_string(getpid());
+  static fuzz::ScratchFiles const files;
   bool const as_parts = (data[0] & 1) != 0;
   if ((data[0] & 2) != 0) {
-    WriteAsStoredStack(path, as_parts, input);
+    WriteAsStoredStack(files.path, as_parts, input);
   } else {
-    WriteInput(path, as_parts, kDatabaseDocumentKind, input);
+    WriteInput(files.path, as_parts, kDatabaseDocumentKind, input);
   }
 
   DatabaseCachedSliceStacks database(false);
-  fuzz::Try([&] { ReadDatabaseDocument(path, database); });
+  fuzz::Try([&] { ReadDatabaseDocument(files.path, database); });
   for (CachedSliceStack* const entry : database.GetAllCachedStacks()) {
     database.GetSuitedCachedStack(CachedSliceStackSelectorDefault(entry));
     fuzz::Try([&] { AskForAll(*entry); });
   }
   // What has been read can be saved.
-  if ((data[0] & 4) != 0) fuzz::Try([&] { WriteDatabaseDocument(path + ".again", database); });
+  if ((data[0] & 4) != 0) fuzz::Try([&] { WriteDatabaseDocument(files.again, database); });
   return 0;
 }

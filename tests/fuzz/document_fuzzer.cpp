@@ -1,5 +1,6 @@
-// Reads arbitrary bytes as a stack document. The first byte says how: as a whole file, or as the parts of a document
-// whose archive is well-formed, since no fuzzer guesses check sums.
+// Reads arbitrary bytes as a stack document, into a stack, which then is not locked. The first byte says how: as a
+// whole file, or as the parts of a document whose archive is well-formed, since no fuzzer guesses check sums. What kind
+// of stack follows from all bytes.
 
 #include <SliceData/persistence/MSaxM2DSliceStack.h>
 #include <SliceData/platform/common/SaxUtilities.h>
@@ -7,36 +8,54 @@
 #include <SliceFormats/stack_document/StackDocumentSource.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
+#include <numeric>
 #include <string>
 #include <string_view>
-#include <unistd.h>
+#include <thread>
 
 #include "DocumentParts.h"
+
+namespace {
+
+/// Asked by another thread: the owner of a lock can take it again.
+bool IsLocked(M2DSliceStack& stack) {
+  auto reference = stack.GetSharedReference();
+  bool is_locked = false;
+  std::thread([&] {
+    is_locked = !reference.TryLockSliceStack();
+    if (!is_locked) reference.UnlockSliceStack();
+  }).join();
+  return is_locked;
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   if (size == 0) return 0;
   std::string_view const input(reinterpret_cast<char const*>(data) + 1, size - 1);
-  static std::string const path = "/dev/shm/slicedata-fuzz-" + std::to_string(getpid());
+  static fuzz::ScratchFiles const files;
   if ((data[0] & 1) != 0) {
-    fuzz::WriteParts(path, "SliceStack", input);
+    fuzz::WriteParts(files.path, "SliceStack", input);
   } else {
-    std::ofstream(path, std::ios::binary) << input;
+    std::ofstream(files.path, std::ios::binary) << input;
   }
 
-  for (auto const type : {e2DSliceStackCachingType::NoTempFiles, e2DSliceStackCachingType::MultipleTempFiles}) {
-    M2DSliceStack stack(type);
-    fuzz::Try([&] {
-      MSaxM2DSliceStack element(&stack);
-      VelAM::SaxUtilities::ReadFile(path, element);
-    });
-    // What has been read can be saved.
-    if ((data[0] & 2) != 0) {
-      fuzz::Try([&] { VelAM::SaxUtilities::WriteFile(path + ".again", MSaxM2DSliceStack(&stack)); });
-    }
+  using Type = e2DSliceStackCachingType;
+  constexpr Type kTypes[] = {Type::NoTempFiles, Type::MultipleTempFiles, Type::SingleTempFile, Type::ZRange};
+  M2DSliceStack stack(kTypes[std::accumulate(data, data + size, 0u) % 4]);
+  fuzz::Try([&] {
+    MSaxM2DSliceStack element(&stack);
+    VelAM::SaxUtilities::ReadFile(files.path, element);
+  });
+  if (IsLocked(stack)) std::abort();
+  // What has been read can be saved.
+  if ((data[0] & 2) != 0) {
+    fuzz::Try([&] { VelAM::SaxUtilities::WriteFile(files.again, MSaxM2DSliceStack(&stack)); });
   }
   fuzz::Try([&] {
-    SliceFormats::StackDocumentSource const source(path);
+    SliceFormats::StackDocumentSource const source(files.path);
     for (unsigned long i = source.GetNumSlices(); i-- != 0;) {
       M2DSlice slice;
       source.GetSlice(slice, i);

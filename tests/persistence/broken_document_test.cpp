@@ -4,9 +4,6 @@
 #include <SliceData/persistence/MSaxM2DSliceVectorBlock.h>
 #include <SliceData/persistence/MSaxM2DSliceVectorBlockOnDisk.h>
 
-#include <iterator>
-#include <random>
-
 #include "persistence/StackDocuments.h"
 #include "support/Slices.h"
 
@@ -67,43 +64,6 @@ TEST_F(StackDocuments, TheStackIsLockedWhileASliceIsRead) {
   EXPECT_FALSE(stack.GetSlice(0)->IsComplete());
   EXPECT_TRUE(stack.GetSlice(1)->IsComplete());
   EXPECT_FALSE(stack.GetSlice(2)->IsComplete());
-}
-
-/// Tags of all levels inside each other.
-std::string RandomTags(std::mt19937& random, int depth) {
-  static char const* const names[] = {"Slice",          "Slice",  "Height",    "Height", "AreaZ",    "Z",
-                                      "TypeInfo",       "Type",   "Thickness", "Border", "Vectors",  "Points",
-                                      "Areas",          "Count",  "Count",     "Data",   "Contour",  "VectorBlock",
-                                      "PointBlock",     "Points", "Closed",    "Outer",  "Property", "Coordinates",
-                                      "VectorTypeInfo", "Dim",    "Label",     "Value",  "NumSlices"};
-  static char const* const texts[] = {"", "0", "1", "2", "3", "-1", "5000", "long", "Above", "9223372036854775807"};
-  auto const pick = [&](auto const& of) { return std::string(of[random() % std::size(of)]); };
-  std::string text;
-  for (auto count = random() % 6; count != 0; --count) {
-    std::string const name = pick(names);
-    bool const has_tags = name != "Data" && depth != 0 && random() % 3 != 0;
-    std::string const value = name == "Data" ? "1 2 3 4 5 6 7 8" : pick(texts);
-    text += "<" + name + ">" + (has_tags ? RandomTags(random, depth - 1) : value) + "</" + name + ">";
-  }
-  return text;
-}
-
-TEST_F(StackDocuments, NoArrangementOfTagsDoesHarm) {
-  for (unsigned seed = 0; seed < 150; ++seed) {
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    std::string text;
-    for (int i = 0; i < 5; ++i)
-      text += "<Slice><Height>" + std::to_string(i) + "</Height>" + RandomTags(random, 6) + "</Slice>";
-    for (CachingType const type : kAllCachingTypes) {
-      M2DSliceStack stack(type);
-      document.SetText(text);
-      Load(stack);
-      EXPECT_FALSE(IsLocked(stack));
-      Describe(stack);
-      Save(stack);
-    }
-  }
 }
 
 TEST_F(StackDocuments, HeightsComeInAnyNumber) {

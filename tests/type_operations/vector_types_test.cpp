@@ -100,18 +100,4 @@ TEST(TypeTexts, ATextIsStableWhateverSuffixesItHas) {
   }
 }
 
-TEST(TypeTexts, AnyBytesCanBeReadAndSettleAtOnce) {
-  Random random(1);
-  for (int i = 0; i < 20000; ++i) {
-    std::string text;
-    for (long pieces = Draw(random, 0, 6); pieces > 0; --pieces) {
-      auto const& words = Draw(random, 0, 2) == 0 ? Types::GetNames() : Types::GetSuffixes();
-      text += words[static_cast<std::size_t>(Draw(random, 0, static_cast<long>(words.size()) - 1))];
-      text += static_cast<char>(Draw(random, 0, 3) != 0 ? '|' : Draw(random, -128, 127));
-    }
-    Info const info = Types::ConvertToTypeInfo(text);
-    ASSERT_EQ(Types::ConvertToTypeInfo(Types::ConvertToString(info)), info) << text;
-  }
-}
-
 }  // namespace
