@@ -21,7 +21,7 @@ unsigned long ParseLayer(std::string const& text) {
   unsigned long number = 0;
   char const* const end = text.data() + text.size();
   auto const [parsed, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || parsed != end) {
+  if (error != std::errc() || parsed != end || number == kLast) {
     throw Trouble("", "'" + text + "' is no layer", "write numbers from 0, like 0:99,last");
   }
   return number;

@@ -149,6 +149,8 @@ std::string Nearest(std::string_view word, std::vector<std::string> const& candi
   std::string nearest;
   std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
   for (std::string const& candidate : candidates) {
+    auto const [shorter, longer] = std::minmax({word.size(), candidate.size()});
+    if (longer - shorter >= least) continue;  // no distance is less than this
     if (std::size_t const distance = EditDistance(word, candidate); distance < least) {
       least = distance;
       nearest = candidate;
