@@ -69,8 +69,9 @@ class Archive {
   }
 
   /** All bytes of an entry, inflated and checked. */
-  async readWhole(name) {
+  async readWhole(name, most = Infinity) {
     const entry = this.#find(name);
+    if (entry.size > most) throw damaged(`${name} is too large`);
     const packed = await this.read(name, 0, entry.packedSize);
     const bytes = entry.isDeflated ? await inflate(packed, entry.size) : packed;
     if (bytes === null || crc32(bytes) !== entry.crc) throw damaged(`${name} does not hold what was written`);
@@ -80,7 +81,8 @@ class Archive {
   /** Bytes of an entry as they stand in the file. */
   async read(name, offset, size) {
     const entry = this.#find(name);
-    if (offset + size > entry.packedSize) throw damaged(`${name} is shorter than it should be`);
+    const isPlace = [offset, size].every((number) => Number.isSafeInteger(number) && number >= 0);
+    if (!isPlace || offset + size > entry.packedSize) throw damaged(`${name} is shorter than it should be`);
     entry.start ??= await this.#findStart(entry);
     return this.#readBytes(entry.start + offset, size);
   }
@@ -170,11 +172,11 @@ class Archive {
   }
 }
 
-const kEntities = { lt: '<', gt: '>', amp: '&', quot: '"', '#13': '\r', '#9': '\t', '#10': '\n' };
+const kEntities = { __proto__: null, lt: '<', gt: '>', amp: '&', quot: '"', '#13': '\r', '#9': '\t', '#10': '\n' };
 
 /** A text as it was before it was fitted into XML. */
 function unescapeText(text) {
-  return text.includes('&') ? text.replace(/&([^;]*);/g, (_, entity) => kEntities[entity] ?? '') : text;
+  return text.includes('&') ? text.replace(/&([^&;]*);/g, (_, entity) => kEntities[entity] ?? '') : text;
 }
 
 /** A name or an attribute text as it was: bytes that XML does not allow there are written as _xHH_. */
@@ -268,10 +270,10 @@ function appendTags(root, xml, visit) {
       tag = open[open.length - 1];
     } else {
       const isEmpty = xml[end - 1] === '/';
-      const headEnd = isEmpty ? end - 1 : end;
-      const blank = xml.indexOf(' ', at);
-      const nameEnd = blank < 0 || blank > headEnd ? headEnd : blank;
-      let child = new Tag(xml.slice(at + 1, nameEnd), xml.slice(nameEnd, headEnd));
+      const head = xml.slice(at + 1, isEmpty ? end - 1 : end);
+      const blank = head.indexOf(' ');
+      const nameEnd = blank < 0 ? head.length : blank;
+      let child = new Tag(head.slice(0, nameEnd), head.slice(nameEnd));
       if (child.hasAttributes() && child.getAttribute('_continued') === '1') {
         const last = tag.children[tag.children.length - 1];
         if (last === undefined || last.name !== child.name) throw fail();
@@ -322,6 +324,7 @@ class Cache {
 
 const kRootBegin = '<Document>'.length;
 const kRootEnd = '</Document>'.length;
+const kMostOfTree = 8 << 20; // bytes of a part
 
 /** A stack of slices in a Blob. */
 class StackDocument {
@@ -350,15 +353,18 @@ class StackDocument {
   async readSlice(index) {
     const { z, thickness, places } = this.layers[index];
     const slice = new Slice(z, thickness);
+    const ends = new Map();
     for (const place of places) {
-      const tag = await this.#readChild(place);
+      const tag = await this.#readChild(place, ends);
       const isRight = tag.name === 'Slice' && Number(tag.find('Height')?.getText()) === z;
       if (!isRight) throw damaged('a layer is not in its place');
       slice.take(tag);
     }
+    slice.measure();
     return slice;
   }
 
+  /** No text and no value is read twice: a small file takes little time. */
   async #readContents() {
     const root = new Tag('', '');
     appendTags(root, new TextDecoder().decode(await this.#archive.readWhole('contents.xml')), () => {});
@@ -372,20 +378,26 @@ class StackDocument {
     }
 
     const layers = new Map();
+    const trees = new Set();
     let properties = null;
     for (const part of contents.children) {
+      const tree = part.getAttribute('tree');
+      if (trees.has(tree)) throw damaged('its contents cannot be right');
+      trees.add(tree);
       const offsets = [];
       for (const child of part.children) {
         const place = { part: this.#parts.length, child: offsets.length };
-        offsets.push(Number(child.getAttribute('_offset')));
+        const offset = Number(child.getAttribute('_offset'));
+        if (!(offset > (offsets.at(-1) ?? kRootBegin - 1))) throw damaged('its contents cannot be right');
+        offsets.push(offset);
         if (child.name === 'Properties') properties = place;
         if (child.name === 'Slice') StackDocument.#takeLayer(layers, child, place);
       }
-      this.#parts.push({ tree: part.getAttribute('tree'), stream: part.getAttribute('stream'), offsets });
+      this.#parts.push({ tree, stream: part.getAttribute('stream'), offsets });
     }
     this.layers = [...layers.values()].sort((a, b) => a.z - b.z);
     if (properties !== null && this.layers.some((layer) => layer.thickness === 0)) {
-      const thickness = StackDocument.#findThickness(await this.#readChild(properties));
+      const thickness = StackDocument.#findThickness(await this.#readChild(properties, new Map()));
       for (const layer of this.layers) layer.thickness ||= thickness;
     }
   }
@@ -407,14 +419,17 @@ class StackDocument {
     return Math.max(0, Number(found?.find('Value')?.getText()) || 0);
   }
 
-  /** Reads a child of the root, whose end may lie in later parts. */
-  async #readChild({ part, child }) {
+  /**
+   * Reads a child of the root, whose end may lie in later parts.
+   * @param {Map<string, number>} ends where the values that were read before end, by stream
+   */
+  async #readChild({ part, child }, ends) {
     const root = new Tag('', '');
     for (let isFirst = true; ; isFirst = false, ++part) {
       const { offsets } = this.#parts[part];
       const begin = isFirst ? offsets[child] : kRootBegin;
       const next = isFirst ? child + 1 : 0;
-      await this.#appendPiece(root, part, begin, offsets[next]);
+      await this.#appendPiece(root, part, begin, offsets[next], ends);
       const isLastInPart = next === offsets.length;
       const following = this.#parts[part + 1];
       // What the next part begins with is new there, or it goes on with this one.
@@ -423,7 +438,7 @@ class StackDocument {
   }
 
   /** @param {number | undefined} end the end of the part if undefined */
-  async #appendPiece(root, part, begin, end) {
+  async #appendPiece(root, part, begin, end, ends) {
     const tree = await this.#readTree(part);
     const values = [];
     appendTags(root, new TextDecoder().decode(tree.subarray(begin, end ?? tree.length - kRootEnd)), (tag) => {
@@ -433,26 +448,29 @@ class StackDocument {
       values.push({ tag, offset: Number(offset), size: Number(size), crc: parseInt(crc, 16) });
     });
     if (root.children.length !== 1) throw damaged('a tag is not in its place');
-    if (values.length !== 0) await this.#readValues(this.#parts[part].stream, values);
+    if (values.length !== 0) await this.#readValues(this.#parts[part].stream, values, ends);
   }
 
   /** Values of a piece lie side by side in the stream, in the order of their tags: one read gets them all. */
-  async #readValues(stream, values) {
+  async #readValues(stream, values, ends) {
     const begin = values[0].offset;
     const last = values[values.length - 1];
     const size = last.offset + last.size - begin;
     const bytes = size === 0 ? new Uint8Array() : await this.#archive.read(stream, begin, size);
+    let free = ends.get(stream) ?? 0;
     for (const { tag, offset, size: ownSize, crc } of values) {
       tag.bytes = bytes.subarray(offset - begin, offset - begin + ownSize);
-      const isRight = tag.bytes.length === ownSize && crc32(tag.bytes) === crc;
+      const isRight = offset >= free && tag.bytes.length === ownSize && crc32(tag.bytes) === crc;
       if (!isRight) throw damaged('coordinates are not those that were written');
+      free = offset + ownSize;
     }
+    ends.set(stream, free);
   }
 
   async #readTree(part) {
     const known = this.#trees.get(part);
     if (known !== undefined) return known;
-    const tree = await this.#archive.readWhole(this.#parts[part].tree);
+    const tree = await this.#archive.readWhole(this.#parts[part].tree, kMostOfTree);
     this.#trees.add(part, tree, tree.length);
     return tree;
   }

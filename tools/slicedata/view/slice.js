@@ -66,8 +66,10 @@ class Slice {
       if (content.name === 'Points') this.points = read('PointBlock', 'Coordinates', 2);
       if (content.name === 'Areas') this.areas = read('Contour', 'Points', 2);
     }
-    this.box = new Box();
-    this.weight = 0;
+  }
+
+  /** Finds box and weight, once all is taken. */
+  measure() {
     for (const { box, values } of this.elements()) {
       this.box.extend(box);
       this.weight += values.byteLength + 200;
