@@ -21,6 +21,26 @@ BENCHMARK(BuildStackUpward)->Arg(1000)->Arg(10'000)->Arg(100'000)->Arg(1'000'000
 bench::Register const growth(bench::Growth{
     "build a stack upward, per slice", "BuildStackUpward", {1000, 10'000, 100'000, 1'000'000}});
 
+/// Every second slice is looked at by its index and leaves.
+void RemoveWhileReading(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    M2DSliceStack stack(e2DSliceStackCachingType::NoTempFiles);
+    for (long i = 0; i < 2 * state.range(0); ++i) stack.AddSlicePosition(i);
+    state.ResumeTiming();
+    for (unsigned long i = 0; i < stack.GetNumSlices(); ++i) {
+      stack.RemoveSlicePosition(stack.GetSlice(i)->GetZArea().GetZ());
+    }
+    state.PauseTiming();
+    stack.Clear();
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(RemoveWhileReading)->Arg(1000)->Arg(10'000)->Arg(100'000)->Arg(500'000)->Unit(benchmark::kMillisecond);
+bench::Register const removal(bench::Growth{"look at slices by index and remove every second, per removal",
+                                            "RemoveWhileReading",
+                                            {1000, 10'000, 100'000, 500'000}});
+
 constexpr long kSlices = 100'000;
 
 void GetSliceByIndex(benchmark::State& state) {

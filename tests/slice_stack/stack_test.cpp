@@ -3,7 +3,11 @@
 #include <SliceData/slice_stack/M2DSliceStackUtilities.h>
 
 #include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
+#include <iterator>
 #include <limits>
+#include <random>
+#include <set>
 #include <stdexcept>
 
 #include "support/Slices.h"
@@ -13,6 +17,7 @@ namespace {
 using namespace testing_support;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 
 std::vector<long> Heights(M2DSliceStack const& stack) {
   std::vector<long> heights;
@@ -79,6 +84,28 @@ TEST(SliceStack, PositionsAreOrderedByZAndAnExistingOneStays) {
   EXPECT_EQ(stack.GetZMax(), 30);
   stack.GetSlice(0)->GetZArea().SetZ(99);
   EXPECT_EQ(stack.GetZMin(), 20) << "the position answers, and not what the slice says now";
+}
+
+/// Reading by index between changes all over the stack, at its ends and near each other; and long runs without reading.
+TEST(SliceStack, TheIndexFollowsEveryChange) {
+  M2DSliceStack stack(e2DSliceStackCachingType::NoTempFiles);
+  std::set<long> heights;
+  std::minstd_rand random(7);
+  for (int i = 0; i < 4000; ++i) {
+    long const z = i % 3 == 0 ? i : static_cast<long>(random() % 3000);
+    if (random() % 5 < 3) {
+      stack.AddSlicePosition(z);
+      heights.insert(z);
+    } else if (auto const near = heights.lower_bound(z); near != heights.end()) {
+      auto const index = static_cast<unsigned long>(std::distance(heights.begin(), near));
+      boost::weak_ptr<M2DSlice const> const removed = static_cast<ISource2DSlices const&>(stack).GetSlice(index);
+      ASSERT_TRUE(stack.RemoveSlicePosition(*near));
+      ASSERT_TRUE(removed.expired()) << "nothing holds what has left the stack";
+      heights.erase(near);
+    }
+    if (i % 1000 > 500) continue;
+    ASSERT_THAT(Heights(stack), ElementsAreArray(heights)) << "after step " << i;
+  }
 }
 
 TEST(SliceStack, TheGridIsHalfOpen) {

@@ -8,6 +8,7 @@
 #include <boost/make_shared.hpp>
 #include <iterator>
 #include <utility>
+#include <vector>
 
 /// Before other static objects, since a host's may be stacks.
 __attribute__((init_priority(101))) AllStacks g_all_stacks;
@@ -18,10 +19,10 @@ constexpr char const* kSliceThickness = "SliceThickness";
 
 e2DSliceStackCachingType g_default_caching_type = e2DSliceStackCachingType::MultipleTempFiles;
 
-template <class T>
-void ReleaseFromBack(std::vector<T>& elements) {
-  while (!elements.empty()) elements.pop_back();
-}
+/// How many entries of the index are moved, for each slice, in the time that it takes to build it anew. An index that
+/// has taken more moves is dropped until somebody asks for it, so that changes all over a stack never cost much more
+/// than without one.
+constexpr std::size_t kMovesOfRebuild = 100;
 
 }  // namespace
 
@@ -61,20 +62,23 @@ void M2DSliceStack::SetDefaultCachingStrategy(e2DSliceStackCachingType caching_t
 }
 
 M2DSliceStackSlice* M2DSliceStack::AddSlicePosition(M2DSliceZArea const& area) {
-  auto const position = m_slices.lower_bound(area);
-  if (position != m_slices.end() && position->first.GetZ() == area.GetZ()) return position->second.get();
+  auto const position = m_slices.lower_bound(area.GetZ());
+  if (position != m_slices.end() && position->first == area.GetZ()) return position->second.get();
 
   boost::shared_ptr<M2DSliceStackSlice> slice(m_caching_strategy != nullptr
                                                   ? m_caching_strategy->_CreateSlice(area.GetZ())
                                                   : new M2DSliceStackSlice(M2DSliceZArea(area.GetZ()), this));
   slice->SetZArea(area);
 
-  // The usual build goes upward and keeps the vector. Room comes first, so that map and vector never differ.
-  bool const keeps_vector = position == m_slices.end() && m_slice_vector.size() == m_slices.size();
-  if (!keeps_vector) m_slice_vector.clear();
-  if (m_slice_vector.size() == m_slice_vector.capacity()) m_slice_vector.reserve(2 * m_slice_vector.size() + 1);
-  m_slices.emplace_hint(position, area, slice);
-  if (keeps_vector) m_slice_vector.push_back(slice);
+  // Room comes first, so that map and index never differ.
+  bool keeps_index = false;
+  if (_IsIndexBuilt()) {
+    std::size_t const index = position == m_slices.end() ? m_slice_vector.GetSize() : _FindInIndex(area.GetZ());
+    keeps_index = _PrepareIndexForChange(index);
+    if (keeps_index) m_slice_vector.PrepareInsert(index);
+  }
+  auto const added = m_slices.emplace_hint(position, area.GetZ(), slice);
+  if (keeps_index) m_slice_vector.Insert({slice.get(), added});
   return slice.get();
 }
 
@@ -83,7 +87,7 @@ M2DSliceStackSlice* M2DSliceStack::AddSlicePosition(long z) {
 }
 
 M2DSliceStackSlice* M2DSliceStack::GetSliceAtPosition(long z) const {
-  auto const position = m_slices.find(M2DSliceZArea(z));
+  auto const position = m_slices.find(z);
   return position != m_slices.end() ? position->second.get() : nullptr;
 }
 
@@ -96,7 +100,7 @@ M2DSliceStackSlice* M2DSliceStack::GetSliceAtPosition(M2DSliceZArea const& area,
 }
 
 bool M2DSliceStack::RemoveSlicePosition(long z) {
-  auto const position = m_slices.find(M2DSliceZArea(z));
+  auto const position = m_slices.find(z);
   if (position == m_slices.end()) return false;
   _Remove(position);
   return true;
@@ -115,21 +119,21 @@ void M2DSliceStack::RemoveEmptyLayersAtFrontAndEnd() {
 }
 
 long M2DSliceStack::GetZMin() const {
-  return m_slices.empty() ? 0 : m_slices.begin()->first.GetZ();
+  return m_slices.empty() ? 0 : m_slices.begin()->first;
 }
 long M2DSliceStack::GetZMax() const {
-  return m_slices.empty() ? 0 : m_slices.rbegin()->first.GetZ();
+  return m_slices.empty() ? 0 : m_slices.rbegin()->first;
 }
 
 M2DSliceStackSlice* M2DSliceStack::GetSlice(unsigned long index) {
   _ValidateSliceVector();
   m_xy_area_valid = false;
-  return m_slice_vector[index].get();
+  return m_slice_vector[index].slice;
 }
 
 M2DSliceStackSlice const* M2DSliceStack::GetSlice(unsigned long index) const {
   _ValidateSliceVector();
-  return m_slice_vector[index].get();
+  return m_slice_vector[index].slice;
 }
 
 void M2DSliceStack::AddSliceStack(M2DSliceStack& other, bool move) {
@@ -144,13 +148,12 @@ void M2DSliceStack::SetSliceThickness(long thickness) {
 }
 
 void M2DSliceStack::Clear() {
-  _ValidateSliceVector();
-  for (auto const& slice : m_slice_vector) {
+  for (auto const& [z, slice] : m_slices) {
     slice->Clear();
     if (m_caching_strategy != nullptr) m_caching_strategy->_OnRemoveSlice(slice.get());
     slice->_SetStack(nullptr);
   }
-  ReleaseFromBack(m_slice_vector);
+  _DropIndex();
   m_slices.clear();
 }
 
@@ -161,7 +164,8 @@ void M2DSliceStack::SwapWith(M2DSliceStack& other) {
   std::swap(m_slice_io_parameters, other.m_slice_io_parameters);
   m_properties.swap(other.m_properties);
   m_slices.swap(other.m_slices);
-  m_slice_vector.swap(other.m_slice_vector);
+  std::swap(m_slice_vector, other.m_slice_vector);
+  std::swap(m_num_index_moves, other.m_num_index_moves);
   m_caching_strategy.swap(other.m_caching_strategy);
   _AdoptSlices();
   other._AdoptSlices();
@@ -172,8 +176,7 @@ void M2DSliceStack::Invert() {
 }
 
 bool M2DSliceStack::GetIsClosed() const {
-  _ValidateSliceVector();
-  for (auto const& slice : m_slice_vector) {
+  for (auto const& [z, slice] : m_slices) {
     if (!std::as_const(*slice).GetBorderComponent().GetIsClosed()) return false;
   }
   return true;
@@ -184,16 +187,20 @@ void M2DSliceStack::InitFromSourceSlices(boost::shared_ptr<ISource2DSlices> sour
 }
 
 void M2DSliceStack::_ValidateSliceVector() const {
-  if (!m_slice_vector.empty()) return;
-  m_slice_vector.reserve(m_slices.size());
-  for (auto const& [area, slice] : m_slices) m_slice_vector.push_back(slice);
+  if (_IsIndexBuilt()) return;
+  std::vector<IndexEntry> entries;
+  entries.reserve(m_slices.size());
+  for (auto position = m_slices.begin(); position != m_slices.end(); ++position) {
+    entries.push_back({position->second.get(), position});
+  }
+  m_slice_vector = MGapVector<IndexEntry>(std::move(entries));
+  m_num_index_moves = 0;
 }
 
 void M2DSliceStack::_ValidateXYArea() const {
   if (m_xy_area_valid) return;
-  _ValidateSliceVector();
   m_xy_area = M2DSliceXYArea();
-  for (auto const& slice : m_slice_vector) m_xy_area.Extend(slice->GetXYArea());
+  for (auto const& [z, slice] : m_slices) m_xy_area.Extend(slice->GetXYArea());
   m_xy_area_valid = true;
 }
 
@@ -238,7 +245,7 @@ void M2DSliceStack::_OnGetSlice(M2DSlice& slice, unsigned long index) const {
 
 boost::shared_ptr<M2DSlice const> M2DSliceStack::_OnGetSlice(unsigned long index) const {
   _ValidateSliceVector();
-  return m_slice_vector[index];
+  return m_slice_vector[index].position->second;
 }
 
 PersistentProperties& M2DSliceStack::_OnGetProperties() {
@@ -292,11 +299,41 @@ void M2DSliceStack::_InitFromSourceSlices(boost::shared_ptr<ISource2DSlices> con
 void M2DSliceStack::_Remove(SliceMap::iterator position) {
   if (m_caching_strategy != nullptr) m_caching_strategy->_OnRemoveSlice(position->second.get());
   position->second->_SetStack(nullptr);
+  if (_IsIndexBuilt()) {
+    std::size_t const index = _FindInIndex(position->first);
+    if (_PrepareIndexForChange(index)) m_slice_vector.Erase(index);
+  }
   m_slices.erase(position);
-  m_slice_vector.clear();
+}
+
+void M2DSliceStack::_DropIndex() {
+  m_slice_vector = {};
+  m_num_index_moves = 0;
+}
+
+std::size_t M2DSliceStack::_FindInIndex(long z) const {
+  std::size_t first = 0;
+  for (std::size_t count = m_slice_vector.GetSize(); count != 0;) {
+    std::size_t const half = count / 2;
+    if (m_slice_vector[first + half].position->first < z) {
+      first += half + 1;
+      count -= half + 1;
+    } else {
+      count = half;
+    }
+  }
+  return first;
+}
+
+/// True if the index is to follow a change there; otherwise it is dropped.
+bool M2DSliceStack::_PrepareIndexForChange(std::size_t index) {
+  m_num_index_moves += m_slice_vector.GetDistance(index);
+  if (m_num_index_moves <= kMovesOfRebuild * (m_slices.size() + 1)) return true;
+  _DropIndex();
+  return false;
 }
 
 void M2DSliceStack::_AdoptSlices() {
   if (m_caching_strategy != nullptr) m_caching_strategy->SetStack(this);
-  for (auto const& [area, slice] : m_slices) slice->_SetStack(this);
+  for (auto const& [z, slice] : m_slices) slice->_SetStack(this);
 }

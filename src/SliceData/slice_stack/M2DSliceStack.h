@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/containers/MGapVector.h>
 #include <SliceData/platform/sax/ISAXReference.h>
 #include <SliceData/slice_stack/ISliceContainer.h>
 #include <SliceData/slice_stack/M2DSliceStackReference.h>
@@ -8,9 +9,9 @@
 #include <SliceData/slice_stack/e2DSliceStackCachingType.h>
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
 #include <map>
 #include <memory>
-#include <vector>
 
 /// The slices of a part or a build, ordered by z, with parameters and properties. Both a source and a target.
 ///
@@ -48,7 +49,10 @@ class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference
   M2DSliceStackReference GetSharedReference() { return m_shared_reference; }
   M2DSliceStackReferenceConst GetSharedReference() const { return m_shared_reference; }
 
-  /// The slice at exactly this z; made, with the given area, if there is none. Appending at the top is the cheap case.
+  /// The slice at exactly this z; made, with the given area, if there is none.
+  ///
+  /// Adding and removing slices costs least at the ends of the stack and near the change before; elsewhere an array is
+  /// moved up or down in part.
   M2DSliceStackSlice* AddSlicePosition(M2DSliceZArea const& area);
   M2DSliceStackSlice* AddSlicePosition(long z);
 
@@ -134,11 +138,21 @@ class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference
   M2DSlice* _OnAddSlice(M2DSlice& slice, bool move) override;
 
  private:
-  using SliceMap = std::map<M2DSliceZArea const, boost::shared_ptr<M2DSliceStackSlice>>;
+  using SliceMap = std::map<long, boost::shared_ptr<M2DSliceStackSlice>>;
+
+  /// A slice and where the map holds it. The key there is the z that it was added at; its own z may have been changed.
+  struct IndexEntry {
+    M2DSliceStackSlice* slice;
+    SliceMap::const_iterator position;
+  };
 
   void _InitCachingStrategy(e2DSliceStackCachingType caching_type);
   void _InitFromSourceSlices(boost::shared_ptr<ISource2DSlices> const& source);
   void _Remove(SliceMap::iterator position);
+  bool _IsIndexBuilt() const { return m_slice_vector.GetSize() == m_slices.size(); }
+  void _DropIndex();
+  std::size_t _FindInIndex(long z) const;
+  bool _PrepareIndexForChange(std::size_t index);
   void _AdoptSlices();
 
   M2DSliceStackReference m_shared_reference;
@@ -148,8 +162,8 @@ class VELSDK_EXPORT M2DSliceStack : public ISliceContainer, public ISAXReference
   M2DSliceIOParameters m_slice_io_parameters;
   std::unique_ptr<PersistentProperties> m_properties;
   SliceMap m_slices;
-  mutable std::vector<boost::shared_ptr<M2DSliceStackSlice>>
-      m_slice_vector;  ///< of the map's values; empty if not built
+  mutable MGapVector<IndexEntry> m_slice_vector;  ///< of the map's entries; empty if not built
+  mutable std::size_t m_num_index_moves = 0;      ///< of entries, by changes since the index was built
   boost::shared_ptr<I2DSliceStackCachingStrategy> m_caching_strategy;
   boost::shared_ptr<ISource2DSlices> m_initial_source;
 };
