@@ -6,8 +6,20 @@
 #include <SliceData/slice_model/M2DSliceVectorLayer.h>
 
 template <class T>
+typename M2DSliceComponent<T>::Record const& M2DSliceComponent<T>::_NoRecord() {
+  static Record const none;
+  return none;
+}
+
+template <class T>
+typename M2DSliceComponent<T>::Record& M2DSliceComponent<T>::_OpenRecord() {
+  if (m_record == nullptr) m_record = std::make_unique<Record>();
+  return *m_record;
+}
+
+template <class T>
 void M2DSliceComponent<T>::_ReadBack() {
-  m_temp_file->InitForReading(m_file_position);
+  m_record->m_temp_file->InitForReading(m_record->m_file_position);
   try {
     _ReadDataFromDisk();
   } catch (...) {
@@ -22,13 +34,11 @@ bool M2DSliceComponent<T>::ValidateDiskState(boost::shared_ptr<M2DSliceTempFile>
   if (_IsDataEmpty()) return false;
   if (!m_disk_state_valid && !_DoubleCheckDiskValidity()) {
     try {
-      m_temp_file = file;
-      m_file_position = m_temp_file->InitForWriting();
+      _OpenRecord().m_temp_file = file;
+      m_record->m_file_position = file->InitForWriting();
       _WriteDataToDisk();
     } catch (...) {
-      // What was written is dead space in the file; without the file nobody takes it for a record.
-      m_temp_file.reset();
-      m_file_position = kNoFilePosition;
+      m_record.reset();  // what was written is dead space in the file
       throw;
     }
   }

@@ -66,17 +66,17 @@ struct MapStored {
   }
 };
 
-/// Calls `function` with what turns stored values into items under a chain: nothing is called for an empty chain, and
-/// nothing virtual for a single matrix.
-template <class Function>
-void WithUnpacker(M2DSliceUtilities::TransformationVector const& chain, Function&& function) {
-  auto const& mappings = chain.GetVector();
-  if (mappings.empty()) return function(AsStored());
+/// Calls `function` with what turns the stored values of a record into items: nothing is called if the record is not
+/// mapped, and nothing virtual for a single matrix.
+template <class Record, class Function>
+void WithUnpacker(Record const& record, Function&& function) {
+  if (!record.IsMapped()) return function(AsStored());
+  auto const& mappings = record.m_transformation->GetVector();
   auto const map = [&](auto const& plain) { function(MapStored<std::decay_t<decltype(plain)>>{plain}); };
   if (mappings.size() == 1) {
     M2DSliceUtilities::WithPlainType(*mappings.front(), map);
   } else {
-    map(static_cast<M2DSliceUtilities::iTransformation const&>(chain));
+    map(static_cast<M2DSliceUtilities::iTransformation const&>(*record.m_transformation));
   }
 }
 
@@ -135,9 +135,10 @@ Value ReadValue(MFile& file) {
 
 /// Reads the next item of a walk over single items if that takes no more than a look into the buffer, as it mostly
 /// does. False otherwise, with nothing done.
-template <class Value>
-bool ReadBufferedValue(M2DSliceTempFile& file, M2DSliceUtilities::TransformationVector const& chain, Value& value) {
-  if (!file.IsOpen() || !file.GetFile().IsBuffered(sizeof value) || !chain.GetVector().empty()) return false;
+template <class Record, class Value>
+bool ReadBufferedValue(Record const& record, Value& value) {
+  M2DSliceTempFile& file = *record.m_temp_file;
+  if (!file.IsOpen() || !file.GetFile().IsBuffered(sizeof value) || record.IsMapped()) return false;
   value = ReadValue<Value>(file.GetFile());
   return true;
 }
@@ -220,20 +221,20 @@ void M2DSliceLayerComponent<Traits>::_WriteRecordHead(MFile& file) {
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ReadRecordHead() const {
   std::size_t const size = Tag(m_data).size() + sizeof(std::int32_t);
-  MFile& file = m_temp_file->GetFile();
+  MFile& file = m_record->m_temp_file->GetFile();
   file.PrepareRead(size);
   file.CommitRead(size);
 }
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_WriteDataToDisk() {
-  MFile& file = m_temp_file->GetFile();
+  MFile& file = m_record->m_temp_file->GetFile();
   _WriteRecordHead(file);
-  m_info_on_disk.Reset();
-  m_info_on_disk.m_elements.shrink_to_fit();
-  m_info_on_disk.m_elements.reserve(m_data.GetCount());
+  m_record->Reset();
+  m_record->m_elements.shrink_to_fit();
+  m_record->m_elements.reserve(m_data.GetCount());
   for (Element const& element : m_data) {
-    ElementOnDisk& record = m_info_on_disk.m_elements.emplace_back();
+    ElementOnDisk& record = m_record->m_elements.emplace_back();
     record.m_file_position = file.TELL();
     FillFacts(static_cast<BaseInfoElement&>(record), element);
     record.xyArea = WriteItems(file, element, Measure()).box;
@@ -244,9 +245,9 @@ template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ReadDataFromDisk() {
   _ReadRecordHead();
   _ClearData();
-  MFile& file = m_temp_file->GetFile();
-  WithUnpacker(m_info_on_disk.m_transformation, [&](auto const& unpack) {
-    for (ElementOnDisk const& record : m_info_on_disk.m_elements) {
+  MFile& file = m_record->m_temp_file->GetFile();
+  WithUnpacker(*m_record, [&](auto const& unpack) {
+    for (ElementOnDisk const& record : m_record->m_elements) {
       Element& element = AddElement(m_data);
       SetFlags(element, record);
       element.SetVectorTypeInfo(record.typeInfo);
@@ -259,15 +260,15 @@ void M2DSliceLayerComponent<Traits>::_ReadDataFromDisk() {
 
 template <class Traits>
 bool M2DSliceLayerComponent<Traits>::_DoubleCheckDiskValidity() const {
-  auto const& records = m_info_on_disk.m_elements;
-  if (m_temp_file == nullptr) return false;
+  if (_GetRecord().m_temp_file == nullptr) return false;
+  auto const& records = m_record->m_elements;
   bool fits = true;
   try {
-    m_temp_file->InitForReading(m_file_position);
+    m_record->m_temp_file->InitForReading(m_record->m_file_position);
     _ReadRecordHead();
     if (records.size() != m_data.GetCount()) return false;
-    MFile& file = m_temp_file->GetFile();
-    WithUnpacker(m_info_on_disk.m_transformation, [&](auto const& unpack) {
+    MFile& file = m_record->m_temp_file->GetFile();
+    WithUnpacker(*m_record, [&](auto const& unpack) {
       auto record = records.begin();
       for (Element const& element : m_data) {
         fits = HasSameFlags(*record, element) && record->typeInfo == element.GetVectorTypeInfo() &&
@@ -288,32 +289,34 @@ bool M2DSliceLayerComponent<Traits>::_DoubleCheckDiskValidity() const {
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file) {
   // What can fail comes first: until the head is written, what was there stays.
+  InfoOnDisk& record = this->_OpenRecord();
   long long const position = file->InitForWriting();
   _WriteRecordHead(file->GetFile());
-  m_temp_file = std::move(file);
-  m_file_position = position;
+  record.m_temp_file = std::move(file);
+  record.m_file_position = position;
+  record.Reset();
   m_data_valid = false;
   m_disk_state_valid = true;
-  m_info_on_disk.Reset();
 }
 
 template <class Traits>
 unsigned long M2DSliceLayerComponent<Traits>::_PushElementToMemory() {
   _ValidateCachedData();
-  m_cached_data.m_elements.push_back(&AddElement(m_data));
-  return m_cached_data.m_elements.size() - 1;
+  m_cached_elements->push_back(&AddElement(m_data));
+  return m_cached_elements->size() - 1;
 }
 
 /// Reads in between may have moved the position, or have let the file be closed.
 template <class Traits>
 MFile& M2DSliceLayerComponent<Traits>::_GetFileForPushing() {
-  if (!m_temp_file->IsOpen() || !m_temp_file->GetFile().IsWriting()) m_temp_file->InitForWriting();
-  return m_temp_file->GetFile();
+  M2DSliceTempFile& file = *m_record->m_temp_file;
+  if (!file.IsOpen() || !file.GetFile().IsWriting()) file.InitForWriting();
+  return file.GetFile();
 }
 
 template <class Traits>
 unsigned long M2DSliceLayerComponent<Traits>::_PushElementToDisk() {
-  auto& records = m_info_on_disk.m_elements;
+  auto& records = m_record->m_elements;
   // They stay in memory, so that they grow by a quarter and not by as much again.
   if (records.size() == records.capacity()) records.reserve(records.size() + records.size() / 4 + 4);
   long long const position = _GetFileForPushing().TELL();
@@ -330,14 +333,14 @@ M2DSliceXYArea& M2DSliceLayerComponent<Traits>::_AppendToRecord(unsigned long co
   MFile& file = _GetFileForPushing();
   fill(file.PrepareWrite(size));
   file.CommitWrite(size);
-  ElementOnDisk& record = m_info_on_disk.m_elements.back();
+  ElementOnDisk& record = m_record->m_elements.back();
   NumItems(static_cast<BaseInfoElement&>(record)) += count;
   return record.xyArea;
 }
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_PushItemToDisk(std::initializer_list<long> values) {
-  if (m_info_on_disk.m_elements.empty()) return;
+  if (_GetRecord().m_elements.empty()) return;
   M2DSliceXYArea& box = _AppendToRecord(1, [values](char* out) {
     for (long const value : values) {
       std::int32_t const narrow = Narrow(value);
@@ -351,7 +354,7 @@ void M2DSliceLayerComponent<Traits>::_PushItemToDisk(std::initializer_list<long>
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::PushStoredItems(char const* bytes, unsigned long count) {
   using Value = ValueOf<Element>;
-  if (m_disk_state_valid && !m_info_on_disk.m_elements.empty()) {
+  if (m_disk_state_valid && !m_record->m_elements.empty()) {
     constexpr unsigned long items_of_piece = kPieceBytes / sizeof(Value);
     for (unsigned long done = 0; done != count;) {
       unsigned long const piece = std::min(count - done, items_of_piece);
@@ -375,15 +378,16 @@ template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ReadItemFromDisk(unsigned long element, unsigned long item, long* values) const {
   using Value = ValueOf<Element>;
   constexpr std::size_t count = sizeof(Value) / sizeof(std::int32_t);
-  if (item == 0 || !m_temp_file->IsOpen()) {
-    m_temp_file->Open();
-    m_temp_file->GetFile().SEEK(
-        m_info_on_disk.m_elements[element].m_file_position + static_cast<long long>(item * sizeof(Value)), 0);
+  M2DSliceTempFile& file = *m_record->m_temp_file;
+  if (item == 0 || !file.IsOpen()) {
+    file.Open();
+    file.GetFile().SEEK(m_record->m_elements[element].m_file_position + static_cast<long long>(item * sizeof(Value)),
+                        0);
   }
-  m_temp_file->GetFile().READ(values, count);
-  if (m_info_on_disk.m_transformation.GetVector().empty()) return;
+  file.GetFile().READ(values, count);
+  if (!m_record->IsMapped()) return;
   for (std::size_t i = 0; i < count; i += 2) {
-    M2DSliceUtilities::MapPoint(m_info_on_disk.m_transformation, values[i], values[i + 1]);
+    M2DSliceUtilities::MapPoint(*m_record->m_transformation, values[i], values[i + 1]);
   }
 }
 
@@ -393,11 +397,11 @@ void M2DSliceLayerComponent<Traits>::VisitStoredItems(unsigned long index, TakeB
     PieceSink<TakeBytes> sink(take);
     WriteItems(sink, _GetElement(index), [](auto const&...) {});
   } else if (m_disk_state_valid) {
-    ElementOnDisk const& record = m_info_on_disk.m_elements[index];
-    m_temp_file->Open();
-    MFile& file = m_temp_file->GetFile();
+    ElementOnDisk const& record = m_record->m_elements[index];
+    m_record->m_temp_file->Open();
+    MFile& file = m_record->m_temp_file->GetFile();
     file.SEEK(record.m_file_position, 0);
-    WithUnpacker(m_info_on_disk.m_transformation,
+    WithUnpacker(*m_record,
                  [&](auto const& unpack) { VisitItems<ValueOf<Element>>(file, NumItems(record), unpack, take); });
   }
 }
@@ -405,12 +409,11 @@ void M2DSliceLayerComponent<Traits>::VisitStoredItems(unsigned long index, TakeB
 void M2DSliceComponentContours::GetContourPoint(unsigned long contour, unsigned long point, long& x, long& y) const {
   if (point != 0 && m_data_valid) {
     m_last_point = m_last_point->next;
-    m_last_point_index = point;
     x = m_last_point->x;
     y = m_last_point->y;
     return;
   }
-  if (Value2 next; point != 0 && ReadBufferedValue(*m_temp_file, m_info_on_disk.m_transformation, next)) {
+  if (Value2 next; point != 0 && ReadBufferedValue(*m_record, next)) {
     x = next.x;
     y = next.y;
     return;
@@ -418,7 +421,6 @@ void M2DSliceComponentContours::GetContourPoint(unsigned long contour, unsigned 
   OutOfLine([=, &x, &y] {
     if (m_data_valid) {
       m_last_point = _GetElement(contour).GetFirstPoint();
-      m_last_point_index = point;
       x = m_last_point->x;
       y = m_last_point->y;
       return;
@@ -446,8 +448,7 @@ void M2DSliceComponentContours::PushContourPoint(long x, long y) {
 
 void M2DSliceComponentVectors::GetVector(unsigned long block, unsigned long index, long& x1, long& y1, long& x2,
                                          long& y2) const {
-  if (Value4 next;
-      !m_data_valid && index != 0 && ReadBufferedValue(*m_temp_file, m_info_on_disk.m_transformation, next)) {
+  if (Value4 next; !m_data_valid && index != 0 && ReadBufferedValue(*m_record, next)) {
     x1 = next.x1;
     y1 = next.y1;
     x2 = next.x2;
@@ -488,8 +489,7 @@ void M2DSliceComponentVectors::PushVector(long x1, long y1, long x2, long y2) {
 }
 
 void M2DSliceComponentPoints::GetPoint(unsigned long block, unsigned long index, long& x, long& y) const {
-  if (Value2 next;
-      !m_data_valid && index != 0 && ReadBufferedValue(*m_temp_file, m_info_on_disk.m_transformation, next)) {
+  if (Value2 next; !m_data_valid && index != 0 && ReadBufferedValue(*m_record, next)) {
     x = next.x;
     y = next.y;
     return;

@@ -210,13 +210,7 @@ M2DSlice::M2DSlice() : M2DSlice(M2DSliceZArea()) {}
 M2DSlice::M2DSlice(M2DSliceZArea const& z_area) : M2DSlice(z_area, Form::Alone) {}
 
 M2DSlice::M2DSlice(M2DSliceZArea const& z_area, Form form)
-    : m_z_area(z_area),
-      m_form(form),
-      m_border(this, 0),
-      m_vectors(this),
-      m_points(this),
-      m_areas(this, 1),
-      m_complete(std::make_unique<std::atomic<bool>>(true)) {}
+    : m_z_area(z_area), m_border(this, 0), m_vectors(this), m_points(this), m_areas(this, 1), m_form(form) {}
 
 M2DSlice::M2DSlice(long z) : M2DSlice(M2DSliceZArea(z)) {}
 
@@ -372,10 +366,10 @@ bool M2DSlice::IsEmpty() const {
 }
 
 bool M2DSlice::IsComplete() const {
-  return *m_complete;
+  return m_complete;
 }
 void M2DSlice::SetIsComplete(bool complete) {
-  m_complete->exchange(complete);
+  m_complete.exchange(complete);
 }
 
 void M2DSlice::GetBaseInfo(M2DSliceBaseInfo& info) const {

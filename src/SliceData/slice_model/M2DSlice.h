@@ -11,7 +11,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <memory>
 
 class M2DSliceStack;
 
@@ -68,9 +67,9 @@ class VELSDK_EXPORT M2DSlice {
   virtual void _OnChangedAreas();
   virtual void _OnChangedBitmap();
 
-  // Transfers between slices. Whatever pages or loads comes before anything changes hands, so one that throws for a disk
-  // or a source leaves both slices as they were, and can be tried again. If a hook of a host throws, what comes before
-  // it is done.
+  // Transfers between slices. Whatever pages or loads comes before anything changes hands, so one that throws for a
+  // disk or a source leaves both slices as they were, and can be tried again. If a hook of a host throws, what comes
+  // before it is done.
 
   /// Replaces the geometry by the source's, moving if `move`; the source then ends empty. Runs the source's change
   /// hooks in either case. Z as with assignment.
@@ -184,15 +183,15 @@ class VELSDK_EXPORT M2DSlice {
 
   M2DSliceZArea m_z_area;
   mutable M2DSliceXYArea m_xy_area;
-  mutable bool m_xy_area_valid = true;
-  Form const m_form;
   // Reading may bring data in, so the components change behind const operations.
   mutable M2DSliceComponentContours m_border;
   mutable M2DSliceComponentVectors m_vectors;
   mutable M2DSliceComponentPoints m_points;
   mutable M2DSliceComponentContours m_areas;
   M2DSliceComponentBitmap* m_bitmap = nullptr;
-  std::unique_ptr<std::atomic<bool>> m_complete;
+  mutable bool m_xy_area_valid = true;
+  std::atomic<bool> m_complete = true;
+  Form const m_form;
 };
 
 struct M2DSlice::BorderRow {

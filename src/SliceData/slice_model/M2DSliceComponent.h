@@ -2,8 +2,10 @@
 
 #include <SliceData/geometry/iTransformation.h>
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/slice_model/M2DSliceRecordOnDisk.h>
 
 #include <boost/shared_ptr.hpp>
+#include <memory>
 
 class I2DSliceStackCachingStrategy;
 class M2DSlice;
@@ -24,8 +26,6 @@ class M2DSliceTempFile;
 template <class T>
 class VELSDK_EXPORT M2DSliceComponent {
  public:
-  static constexpr long long kNoFilePosition = 0xFFFFFFFF;
-
   M2DSliceComponent(M2DSliceComponent const&) = delete;
   M2DSliceComponent& operator=(M2DSliceComponent const&) = delete;
 
@@ -68,8 +68,7 @@ class VELSDK_EXPORT M2DSliceComponent {
     _ClearData();
     m_data_valid = true;
     m_disk_state_valid = false;
-    m_temp_file.reset();
-    m_file_position = kNoFilePosition;
+    m_record.reset();
   }
 
   /// Applies a mapping to the content, wherever it is.
@@ -80,13 +79,15 @@ class VELSDK_EXPORT M2DSliceComponent {
   /// The data in memory. While it is not valid, changes to it are lost.
   T& GetData() { return m_data; }
   T const& GetData() const { return m_data; }
-  boost::shared_ptr<M2DSliceTempFile> const& GetTempFile() const { return m_temp_file; }
+  boost::shared_ptr<M2DSliceTempFile> const& GetTempFile() const { return _GetRecord().m_temp_file; }
   /// Where the record begins in the temp file.
-  long long GetFilePosition() const { return m_file_position; }
+  long long GetFilePosition() const { return _GetRecord().m_file_position; }
   /// The number of update handles alive. For the use of callers; nothing here acts on it.
   unsigned long GetUpdateCount() const { return m_update_count; }
 
  protected:
+  using Record = M2DSliceRecordOnDisk<T>;
+
   explicit M2DSliceComponent(M2DSlice* slice) : m_slice(slice) {}
   ~M2DSliceComponent() = default;
 
@@ -99,17 +100,22 @@ class VELSDK_EXPORT M2DSliceComponent {
   virtual void _OnSetData(T& data, bool move) = 0;
   virtual void _OnTransform(M2DSliceUtilities::iTransformation const& mapping) = 0;
 
+  /// The record, or an empty one.
+  Record const& _GetRecord() const { return m_record != nullptr ? *m_record : _NoRecord(); }
+  /// The record, made if there is none.
+  Record& _OpenRecord();
+
   M2DSlice* m_slice;
   bool m_data_valid = true;
   bool m_disk_state_valid = false;
   T m_data;
-  boost::shared_ptr<M2DSliceTempFile> m_temp_file;
-  long long m_file_position = kNoFilePosition;
+  std::unique_ptr<Record> m_record;  ///< null while there was none since the content was last cleared
 
  private:
   template <class>
   friend class M2DSliceComponentUpdate;
 
+  static Record const& _NoRecord();
   void _ReadBack();
 
   unsigned long m_update_count = 0;

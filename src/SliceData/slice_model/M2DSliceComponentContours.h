@@ -46,7 +46,6 @@ class VELSDK_EXPORT M2DSliceComponentContours final : public M2DSliceLayerCompon
  private:
   int m_kind;
   mutable M2DSliceContourPoint const* m_last_point = nullptr;  ///< the cursor in memory
-  mutable unsigned long m_last_point_index = 0;
 };
 
 /// Write access to the contours of a slice.

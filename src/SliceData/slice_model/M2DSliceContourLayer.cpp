@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <utility>
 
 M2DSliceContourLayer::M2DSliceContourLayer() = default;
 M2DSliceContourLayer::~M2DSliceContourLayer() {
@@ -10,7 +11,7 @@ M2DSliceContourLayer::~M2DSliceContourLayer() {
 
 std::unique_ptr<M2DSliceContour> M2DSliceContourLayer::_CreateNewContour() {
   if (m_pool == nullptr) m_pool = boost::make_shared<MCyclicMemoryPool<M2DSliceContourPoint>>();
-  return std::make_unique<M2DSliceContour>(m_pool, GetDefaultVectorTypeInfo());
+  return std::make_unique<M2DSliceContour>(m_pool, std::as_const(*this).GetDefaultVectorTypeInfo());
 }
 
 M2DSliceContour& M2DSliceContourLayer::AddContour() {

@@ -23,6 +23,9 @@ class VELSDK_EXPORT M2DSliceContourLayer : public M3dBorder<long, void*, M2DSlic
   /// Deletes all contours. Where they are all that draws from their pool, no point is looked at.
   void Clear() noexcept;
 
+  /// Lets go of the pool; the next contour begins another. Contours that use it keep it.
+  void ReleasePool() noexcept { m_pool.reset(); }
+
   /// Appends copies of all contours of `source`.
   void Add(M2DSliceContourLayer const& source);
   /// With `move` true the contours themselves change layers, without a copy, and `source` ends empty.

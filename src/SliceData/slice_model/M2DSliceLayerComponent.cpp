@@ -49,6 +49,13 @@ void BoundingBoxInMemory(Element const& element, M2DSliceXYArea& area) {
   M2DSliceUtilities::GetExtremes(element, area);
 }
 
+/// Lets go of what an empty layer still holds.
+void ReleaseMemory(M2DSliceContourLayer& layer) {
+  layer.ReleasePool();
+}
+template <class Layer>
+void ReleaseMemory(Layer&) {}
+
 void BoundingBoxInMemory(M2DSlicePointBlock const&, M2DSliceXYArea& area) {
   area = M2DSliceXYArea();
 }
@@ -65,26 +72,26 @@ template <class Traits>
 M2DSliceVectorTypeInfo& M2DSliceLayerComponent<Traits>::GetTypeInfo(unsigned long index) {
   if (m_disk_state_valid) {
     m_data_valid = false;
-    return m_info_on_disk.m_elements[index].typeInfo;
+    return m_record->m_elements[index].typeInfo;
   }
   return _GetElement(index).GetVectorTypeInfo();
 }
 
 template <class Traits>
 M2DSliceVectorTypeInfo const& M2DSliceLayerComponent<Traits>::GetTypeInfo(unsigned long index) const {
-  return m_disk_state_valid ? m_info_on_disk.m_elements[index].typeInfo : _GetElement(index).GetVectorTypeInfo();
+  return m_disk_state_valid ? m_record->m_elements[index].typeInfo : _GetElement(index).GetVectorTypeInfo();
 }
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::SetTypeInfo(unsigned long index, M2DSliceVectorTypeInfo const& info) {
-  if (m_disk_state_valid) m_info_on_disk.m_elements[index].typeInfo = info;
+  if (m_disk_state_valid) m_record->m_elements[index].typeInfo = info;
   if (m_data_valid) _GetElement(index).SetVectorTypeInfo(info);
 }
 
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::GetBoundingBox(unsigned long index, M2DSliceXYArea& area) const {
   if (m_disk_state_valid) {
-    area = m_info_on_disk.m_elements[index].xyArea;
+    area = m_record->m_elements[index].xyArea;
   } else {
     BoundingBoxInMemory(_GetElement(index), area);
   }
@@ -93,7 +100,7 @@ void M2DSliceLayerComponent<Traits>::GetBoundingBox(unsigned long index, M2DSlic
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::GetBaseInfo(unsigned long index, BaseInfoElement& info) const {
   if (m_disk_state_valid) {
-    info = m_info_on_disk.m_elements[index];
+    info = m_record->m_elements[index];
   } else {
     FillFromElement(info, _GetElement(index));
   }
@@ -106,7 +113,8 @@ void M2DSliceLayerComponent<Traits>::GetBaseInfo(BaseInfo& info) const {
   if (m_data_valid) {
     for (Element const& element : m_data) FillFromElement(elements.emplace_back(), element);
   } else {
-    elements.insert(elements.end(), m_info_on_disk.m_elements.begin(), m_info_on_disk.m_elements.end());
+    auto const& records = _GetRecord().m_elements;
+    elements.insert(elements.end(), records.begin(), records.end());
   }
   info.xyArea = M2DSliceXYArea();
   for (auto element = elements.begin() + num_before; element != elements.end(); ++element) {
@@ -116,14 +124,14 @@ void M2DSliceLayerComponent<Traits>::GetBaseInfo(BaseInfo& info) const {
 
 template <class Traits>
 unsigned long M2DSliceLayerComponent<Traits>::GetNumItems(unsigned long index) const {
-  return m_disk_state_valid ? NumItems(m_info_on_disk.m_elements[index]) : NumItems(_GetElement(index));
+  return m_disk_state_valid ? NumItems(m_record->m_elements[index]) : NumItems(_GetElement(index));
 }
 
 template <class Traits>
 typename Traits::Element& M2DSliceLayerComponent<Traits>::_GetElement(unsigned long index) const {
   _ValidateCachedData();
-  assert(index < m_cached_data.m_elements.size());
-  return *m_cached_data.m_elements[index];
+  assert(index < m_cached_elements->size());
+  return *(*m_cached_elements)[index];
 }
 
 template <class Traits>
@@ -134,7 +142,8 @@ bool M2DSliceLayerComponent<Traits>::_IsDataEmpty() const {
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ClearData() {
   m_data.Clear();
-  m_cached_data.m_elements.clear();
+  ReleaseMemory(m_data);
+  m_cached_elements.reset();
 }
 
 template <class Traits>
@@ -149,21 +158,21 @@ void M2DSliceLayerComponent<Traits>::_OnTransform(M2DSliceUtilities::iTransforma
   if (m_data_valid) M2DSliceUtilities::Transform(m_data, mapping, M2DSliceUtilities::TransformOptions());
   if (!m_disk_state_valid) return;
   try {
-    m_info_on_disk.m_transformation.AddTransformation(mapping);
+    m_record->AddMapping(mapping);
   } catch (...) {
     if (m_data_valid) m_disk_state_valid = false;  // the record lacks what the data has been through
     throw;
   }
 }
 
-/// Whoever clears the layer empties the index without dropping it, so its size is looked at too.
+/// Layers also change other than through an update handle, so that the size is looked at, too.
 template <class Traits>
 void M2DSliceLayerComponent<Traits>::_ValidateCachedData() const {
-  if (m_cached_data.m_valid && m_cached_data.m_elements.size() == m_data.GetCount()) return;
-  m_cached_data.m_elements.clear();
-  m_cached_data.m_elements.reserve(m_data.GetCount());
-  for (Element const& element : m_data) m_cached_data.m_elements.push_back(const_cast<Element*>(&element));
-  m_cached_data.m_valid = true;
+  if (m_cached_elements == nullptr) m_cached_elements = std::make_unique<std::vector<Element*>>();
+  if (m_cached_elements->size() == m_data.GetCount()) return;
+  m_cached_elements->clear();
+  m_cached_elements->reserve(m_data.GetCount());
+  for (Element const& element : m_data) m_cached_elements->push_back(const_cast<Element*>(&element));
 }
 
 template class M2DSliceLayerComponent<M2DSliceContoursTraits>;
@@ -175,25 +184,25 @@ M2DSliceComponentContours::M2DSliceComponentContours(M2DSlice* slice, int kind)
 
 bool M2DSliceComponentContours::GetIsClosed() const {
   if (m_data_valid) return m_data.GetIsClosed();
-  auto const& records = m_info_on_disk.m_elements;
+  auto const& records = _GetRecord().m_elements;
   return std::all_of(records.begin(), records.end(), [](ContourOnDisk const& record) { return record.closed; });
 }
 
 bool M2DSliceComponentContours::GetIsClosed(unsigned long contour) const {
-  return m_disk_state_valid ? m_info_on_disk.m_elements[contour].closed : _GetElement(contour).GetIsClosed();
+  return m_disk_state_valid ? m_record->m_elements[contour].closed : _GetElement(contour).GetIsClosed();
 }
 
 bool M2DSliceComponentContours::GetIsOuter(unsigned long contour) const {
-  return m_disk_state_valid ? m_info_on_disk.m_elements[contour].outer : _GetElement(contour).GetIsOuter();
+  return m_disk_state_valid ? m_record->m_elements[contour].outer : _GetElement(contour).GetIsOuter();
 }
 
 void M2DSliceComponentContours::SetIsClosed(unsigned long contour, bool closed) {
-  if (m_disk_state_valid) m_info_on_disk.m_elements[contour].closed = closed;
+  if (m_disk_state_valid) m_record->m_elements[contour].closed = closed;
   if (m_data_valid) _GetElement(contour).SetIsClosed(closed);
 }
 
 void M2DSliceComponentContours::SetIsOuter(unsigned long contour, bool outer) {
-  if (m_disk_state_valid) m_info_on_disk.m_elements[contour].outer = outer;
+  if (m_disk_state_valid) m_record->m_elements[contour].outer = outer;
   if (m_data_valid) _GetElement(contour).SetIsOuter(outer);
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <SliceData/geometry/Transformation.h>
 #include <SliceData/platform/common/Export.h>
 #include <SliceData/slice_model/M2DSliceBaseInfo.h>
 #include <SliceData/slice_model/M2DSliceComponent.h>
@@ -8,6 +7,7 @@
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <vector>
 
 class MFile;
@@ -26,21 +26,8 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   using BaseInfoElement = typename Traits::BaseInfoElement;
   using BaseInfo = typename Traits::BaseInfo;
 
-  /// An element of the record on disk.
-  struct ElementOnDisk : BaseInfoElement {
-    long long m_file_position = 0;  ///< of the element's first coordinate in the temp file
-  };
-
-  /// The elements of the record on disk and the mappings applied since it was written.
-  struct InfoOnDisk {
-    std::vector<ElementOnDisk> m_elements;
-    M2DSliceUtilities::TransformationVector m_transformation;
-
-    void Reset() {
-      m_elements.clear();
-      m_transformation.Reset();
-    }
-  };
+  using InfoOnDisk = M2DSliceRecordOnDisk<Layer>;
+  using ElementOnDisk = typename InfoOnDisk::Element;
 
   /// The type record of an element. With a valid disk state it is the record's, and the data in memory counts as stale
   /// from then on; otherwise it is the one in memory.
@@ -58,10 +45,10 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   void GetBaseInfo(BaseInfo& info) const;
 
   /// True if the record was mapped since it was written; the boxes of its elements are then those from before.
-  bool IsRecordMapped() const { return !m_info_on_disk.m_transformation.GetVector().empty(); }
+  bool IsRecordMapped() const { return _GetRecord().IsMapped(); }
 
   /// The number of elements: of contours, vector blocks or point blocks.
-  unsigned long GetNumElements() const { return m_data_valid ? m_data.GetCount() : m_info_on_disk.m_elements.size(); }
+  unsigned long GetNumElements() const { return m_data_valid ? m_data.GetCount() : _GetRecord().m_elements.size(); }
   /// The number of points or vectors of an element.
   unsigned long GetNumItems(unsigned long index) const;
 
@@ -83,35 +70,23 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   /// then on. No other component may use the same file until the last push.
   void InitForOnDiskCaching(boost::shared_ptr<M2DSliceTempFile> file);
 
-  /// Drops the content wherever it is, with what is known of it.
-  void Clear() {
-    Base::Clear();
-    m_info_on_disk = InfoOnDisk();
-  }
-
   /// Drops data and record: the component waits to be filled, and nothing is known of it meanwhile.
   void _StartWaiting() {
-    Clear();
+    this->Clear();
     m_data_valid = false;
   }
 
   /// Drops the index into the layer. For whoever changes the layer other than through an update handle.
-  void _InvalidateCachedData() const { m_cached_data.m_valid = false; }
+  void _InvalidateCachedData() const { m_cached_elements.reset(); }
 
  protected:
   using Base = M2DSliceComponent<Layer>;
+  using Base::_GetRecord;
   using Base::m_data;
   using Base::m_data_valid;
   using Base::m_disk_state_valid;
-  using Base::m_file_position;
+  using Base::m_record;
   using Base::m_slice;
-  using Base::m_temp_file;
-
-  /// Direct index into the linked layer, built at first use.
-  struct CachedData {
-    bool m_valid = false;
-    std::vector<Element*> m_elements;
-  };
 
   explicit M2DSliceLayerComponent(M2DSlice* slice);
   ~M2DSliceLayerComponent();
@@ -134,11 +109,10 @@ class VELSDK_EXPORT M2DSliceLayerComponent : public M2DSliceComponent<typename T
   void _OnSetData(Layer& data, bool move) override;
   void _OnTransform(M2DSliceUtilities::iTransformation const& mapping) override;
 
-  InfoOnDisk m_info_on_disk;
-
   void _ValidateCachedData() const;
 
-  mutable CachedData m_cached_data;
+  /// Direct index into the linked layer, built at first use.
+  mutable std::unique_ptr<std::vector<Element*>> m_cached_elements;
 
  private:
   void _WriteRecordHead(MFile& file);
