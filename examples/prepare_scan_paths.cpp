@@ -10,7 +10,7 @@
 #include <SliceData/geometry/ContourStartingPointCalculators.h>
 #include <SliceData/geometry/ContourStartingPoints.h>
 #include <SliceData/geometry/ContourVectorConversion.h>
-#include <SliceData/geometry/Transform.h>
+#include <SliceData/geometry/MapContent.h>
 #include <SliceData/geometry/Transformation.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceData/slice_stack/M2DSliceStackUtilities.h>
@@ -112,7 +112,8 @@ void Place(M2DSliceStack& stack) {
   placement.MakeRotation90();  // clockwise
   placement.tx = 1000000;
   placement.ty = 500000;
-  Transform(stack, placement);
+  unsigned long num_mapped = 0;
+  MapContent(stack, placement, num_mapped);
 
   M2DSliceXYArea const after = stack.GetXYArea();
   Require(after.minX == before.minY + 1000000 && after.maxY == 500000 - before.minX,

@@ -2,6 +2,8 @@
 #include <SliceData/disk_cache/M2DSliceStackCachingStrategyMultipleTempFiles.h>
 #include <SliceData/disk_cache/M2DSliceStackCachingStrategySingleTempFile.h>
 #include <SliceData/disk_cache/M2DSliceTempFile.h>
+#include <SliceData/geometry/MapContent.h>
+#include <SliceData/geometry/Transformation.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
 #include <filesystem>
@@ -147,6 +149,25 @@ TEST_P(Faults, ATransferThatFailsBetweenTwoKindsChangesNothingAndCanBeTriedAgain
     EXPECT_EQ(ContentOf(a), transfer.in_a);
     EXPECT_EQ(ContentOf(b), transfer.in_b);
   }
+}
+
+TEST_P(Faults, MappingAStackGoesOnWhereTheDiskWasFull) {
+  for (long i = 0; i < kSlices; ++i) AddSlice(i);
+  M2DSliceUtilities::TransformationMatrix shift;
+  shift.MakeTranslation(kSlices, 0);
+  unsigned long num_mapped = 0;
+  {
+    FullDisk const full(100000);
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_THROW(M2DSliceUtilities::MapContent(stack, shift, num_mapped), std::system_error);
+    }
+  }
+  EXPECT_GT(num_mapped, 0u);
+  M2DSliceUtilities::MapContent(stack, shift, num_mapped);
+  for (long i = 0; i < kSlices; ++i) {
+    EXPECT_TRUE(IsWhole(stack.GetSlice(static_cast<unsigned long>(i))->GetBorder(), i + kSlices)) << i;
+  }
+  EXPECT_EQ(stack.GetXYArea(), (M2DSliceXYArea{kSlices, 2 * kSlices - 1, 0, kPoints - 1}));
 }
 
 TEST_P(Faults, ACutFileIsAnErrorForWhatWasCutAlone) {

@@ -1,5 +1,5 @@
 #include <SliceData/geometry/M2DSliceZScale.h>
-#include <SliceData/geometry/Transform.h>
+#include <SliceData/geometry/MapContent.h>
 #include <SliceData/geometry/Transformation.h>
 #include <SliceData/geometry/TransformationDistortion.h>
 #include <SliceData/geometry/TransformationRescale.h>
@@ -249,12 +249,7 @@ class Mapper {
 
   void _MapPlane(M2DSlice& slice) const {
     if (m_options.steps.empty()) return;
-    M2DSliceUtilities::Transform(*slice.GetBorderUpdate(), m_mapping, m_options.refinement);
-    M2DSliceUtilities::Transform(*slice.GetVectorsUpdate(), m_mapping, m_options.refinement);
-    M2DSliceUtilities::Transform(*slice.GetAreasUpdate(), m_mapping, m_options.refinement);
-    // Block by block: the forms for layers and slices map the points of a block several times.
-    auto points = slice.GetPointsUpdate();
-    for (M2DSlicePointBlock& block : *points) M2DSliceUtilities::Transform(block, m_mapping, m_options.refinement);
+    M2DSliceUtilities::MapContent(slice, m_mapping, m_options.refinement);
     if (!m_mirrors) return;
     // A mirror turns regions inside out; the direction of open paths tells no inside.
     for (auto contours : {slice.GetBorderUpdate(), slice.GetAreasUpdate()}) {

@@ -26,6 +26,12 @@ namespace M2DSliceUtilities {
 /// Points are never refined. Layers and slices map each point of a block of n points n times over, truncating in
 /// between; only the form for a single block maps it once. Callers depend on both.
 ///
+/// Without refinement, the forms for slices and stacks do not load what is paged out: the mapping is kept and applied
+/// when it is read. Two things follow: each point of a point block that is on disk is mapped once, of one in memory n
+/// times; and extents (`GetXYArea`, `GetBaseInfo`, `GetBoundingBox`) of elements with a record on disk can stay those
+/// from before until the record is written anew. `MapContent` maps each point once and leaves the extents right,
+/// whatever is paged out.
+///
 /// The form for a slice maps border, vectors, points and areas in this order. It takes no lock, nor does the one for a
 /// stack.
 VELSDK_EXPORT void Transform(M2DSliceContour& contour, iTransformation const& mapping,

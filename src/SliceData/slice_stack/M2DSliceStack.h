@@ -24,6 +24,10 @@
 /// it anew for each slice, or hold eviction back with `M2DSliceStackCachingLock`. On disk coordinates have 32 bits:
 /// beyond 214 m they do not survive.
 ///
+/// Extents come from what is known without loading. `M2DSliceUtilities::Transform` does not change that for what is on
+/// disk: until it is written anew, its extents are those from before. `M2DSliceUtilities::MapContent` leaves them
+/// right.
+///
 /// Heights are internal units (0.1 µm). No operation takes a lock, and const operations fill caches, so threads that
 /// share a stack use its shared reference and `M2DSliceStackLockGuard`. Scratch files belong to the whole process: work
 /// on stacks that page is done by one thread at a time, on different stacks, too. Stacks are made and destroyed one at
