@@ -1,5 +1,6 @@
 #include <SliceData/geometry/MapContent.h>
 #include <SliceData/geometry/Transform.h>
+#include <SliceData/geometry/Transformation.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
 namespace M2DSliceUtilities {
@@ -11,9 +12,25 @@ void MapLayer(Layer& layer, iTransformation const& mapping, TransformOptions con
   for (auto& element : layer) Transform(element, mapping, options);
 }
 
+/// True for a slice that stands alone and has never been on disk.
+bool IsInMemoryForGood(M2DSlice const& slice) {
+  bool has_record = false;
+  M2DSlice::ForEachRow([&](auto row) { has_record |= row.Component(slice).GetTempFile() != nullptr; });
+  return !slice._IsStackSlice() && !has_record;
+}
+
+/// A matrix that moves points and adds none.
+bool CannotFail(iTransformation const& mapping, TransformOptions const& options) {
+  return !options.splitLongSegments && dynamic_cast<TransformationMatrix const*>(&mapping) != nullptr;
+}
+
 }  // namespace
 
 void MapContent(M2DSlice& slice, iTransformation const& mapping, TransformOptions const& options) {
+  if (IsInMemoryForGood(slice) && CannotFail(mapping, options)) {
+    M2DSlice::ForEachRow([&](auto row) { MapLayer(*row.GetUpdate(slice), mapping, options); });
+    return;
+  }
   M2DSlice mapped(slice);
   M2DSlice::ForEachRow([&](auto row) { MapLayer(row.Component(mapped).GetData(), mapping, options); });
 

@@ -16,9 +16,10 @@ namespace M2DSliceUtilities {
 /// Coordinates go through the mapping as doubles and are truncated towards zero; `options` split segments as they do in
 /// `Transform`. Heights stay. A slice that waits for its initial source is fetched, and lets go of the source.
 ///
-/// A slice is mapped as a copy, which then takes the place of its content. So lists, elements and points of before are
-/// gone, and a failure leaves the slice as it was: out of memory, a scratch file that cannot be written or read, a
-/// mapping that throws. (If its initial source fails, the slice is empty from then on, as with any access.)
+/// A failure leaves the slice as it was: out of memory, a scratch file that cannot be written or read, a mapping that
+/// throws. (If its initial source fails, the slice is empty from then on, as with any access.) For that, a slice is
+/// mapped as a copy, which then takes the place of its content, unless it stands alone and the mapping is a matrix. So
+/// take lists, elements and points anew.
 VELSDK_EXPORT void MapContent(M2DSlice& slice, iTransformation const& mapping, TransformOptions const& options = {});
 
 /// Maps the slices of a stack from index `num_mapped` on, and counts it up by one for each slice that is done. If it
