@@ -1,4 +1,6 @@
 #include <SliceData/platform/common/SaxUtilities.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
+#include <SliceData/platform/file_io/TemporaryDirectory.h>
 #include <SliceData/platform/properties/FileContent.h>
 #include <SliceData/platform/properties/FileContentRead.h>
 #include <SliceData/platform/properties/FileContentWrite.h>
@@ -7,7 +9,9 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <system_error>
+#include <unistd.h>
 
 #include "Files.h"
 
@@ -99,12 +103,13 @@ TEST_F(FileInADocument, ThatVanishesOrIsDamagedIsAnErrorAndLeavesNothing) {
   Write(m_file, content);
   std::string document = m_file.Read();
 
-  ::unlink(content.GetPath().c_str());
+  std::string const path = content.GetPath();
+  ::unlink(path.c_str());
   try {
     Write(m_file, content);
     ADD_FAILURE() << "the file has gone";
   } catch (std::system_error const& error) {
-    EXPECT_THAT(error.what(), HasSubstr(content.GetPath()));
+    EXPECT_THAT(error.what(), HasSubstr(path));
   }
   EXPECT_EQ(m_file.Read(), document) << "the document that was there stays";
 
@@ -115,6 +120,26 @@ TEST_F(FileInADocument, ThatVanishesOrIsDamagedIsAnErrorAndLeavesNothing) {
   EXPECT_THROW(damaged.GetPath(), MDocumentError);
   EXPECT_THROW(Write(m_other, damaged), MDocumentError);
   EXPECT_THAT(GetScratchFiles(), ElementsAre());
+}
+
+TEST_F(FileInADocument, StaysWhenAProcessThatWasForkedOffEnds) {
+  FileContent content;
+  Fill(content, "the content");
+  MPendingFile pending(m_other.GetPath());
+  pid_t const child = ::fork();
+  if (child == 0) {
+    FileContent own;
+    Fill(own, "x");
+    pending.~MPendingFile();
+    content.CreateTempFile(true);
+    VelSDK::FileIO::FileSystem::TemporaryDirectory::RemoveAllFromSignalHandler();
+    MPendingFile::RemoveAllPendingFromSignalHandler();
+    ::_exit(0);
+  }
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_THAT(GetScratchFiles(), ElementsAre(content.GetPath())) << "that of the child has gone";
+  EXPECT_EQ(FileInDirectory::Read(content.GetPath()), "the content");
+  pending.Commit();
 }
 
 TEST_F(FileInADocument, APathIsToldAndNotFollowed) {

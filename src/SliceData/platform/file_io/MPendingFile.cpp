@@ -23,12 +23,16 @@ using PathSlot = std::atomic<char*>;
 static_assert(PathSlot::is_always_lock_free, "a signal handler uses the slots");
 std::array<PathSlot, 16384> g_pending_paths{};
 char g_in_use = 0;
+/// Whose the paths are: a process that was forked off inherits them, but not the files.
+std::array<std::atomic<int>, g_pending_paths.size()> g_processes{};
 
 /// The slot taken, or -1 if there is none left; the file is then beyond the reach of a signal handler.
 int Enlist(char* path) {
   for (std::size_t i = 0; i < g_pending_paths.size(); ++i) {
     char* expected = nullptr;
-    if (g_pending_paths[i].compare_exchange_strong(expected, path)) return static_cast<int>(i);
+    if (!g_pending_paths[i].compare_exchange_strong(expected, path)) continue;
+    g_processes[i] = ::getpid();
+    return static_cast<int>(i);
   }
   return -1;
 }
@@ -105,7 +109,8 @@ MPendingFile::MPendingFile(std::string path)
     : m_path(std::move(path)),
       m_final_path(GetFinalPath(m_path)),
       m_temporary_path(MakeTemporaryPath(m_final_path)),
-      m_buffer(new char[kBufferSize]) {
+      m_buffer(new char[kBufferSize]),
+      m_process(::getpid()) {
   // Listed before it exists, so that a signal in between leaves nothing behind.
   m_slot = Enlist(m_temporary_path.get());
   m_descriptor = ::open(m_temporary_path.get(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
@@ -123,7 +128,7 @@ MPendingFile::MPendingFile(std::string path)
 }
 
 MPendingFile::~MPendingFile() {
-  if (m_descriptor >= 0) ::unlink(m_temporary_path.get());
+  if (m_descriptor >= 0 && m_process == ::getpid()) ::unlink(m_temporary_path.get());
   _CloseAndForget();
 }
 
@@ -171,7 +176,10 @@ void MPendingFile::Commit(bool durable) {
 
 void MPendingFile::RemoveAllPendingFromSignalHandler() noexcept {
   int const error = errno;
-  for (PathSlot& slot : g_pending_paths) {
+  int const process = ::getpid();
+  for (std::size_t i = 0; i < g_pending_paths.size(); ++i) {
+    if (g_processes[i] != process) continue;
+    PathSlot& slot = g_pending_paths[i];
     char* path = slot.load();
     if (path == nullptr || path == &g_in_use || !slot.compare_exchange_strong(path, &g_in_use)) continue;
     ::unlink(path);

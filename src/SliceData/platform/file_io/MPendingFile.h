@@ -23,7 +23,7 @@ class VELSDK_EXPORT MPendingFile {
   /// Creates the temporary file beside `path`. A symbolic link at `path` is followed, so that it goes on pointing to
   /// the new file. Anything else but a regular file at `path`, or no such directory, is refused.
   explicit MPendingFile(std::string path);
-  /// Removes the temporary file unless it has been committed. Never throws.
+  /// Removes the temporary file unless it has been committed, in the process that made it. Never throws.
   ~MPendingFile();
   MPendingFile(MPendingFile const&) = delete;
   MPendingFile& operator=(MPendingFile const&) = delete;
@@ -68,6 +68,7 @@ class VELSDK_EXPORT MPendingFile {
   std::size_t m_buffered = 0;
   long long m_flushed = 0;
   int m_descriptor = -1;
+  int m_process;    ///< which made the file; one that was forked off does not remove it
   int m_slot = -1;  ///< of the temporary path in the signal handler's table; -1 without one
   bool m_failed = false;
 };

@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <sys/file.h>
@@ -98,11 +99,16 @@ void RemoveLeftovers(std::string const& parent) {
 /// What a signal handler can read: the paths of the directories of this process. More than these are not removed by it.
 constexpr std::size_t kMaxPathsForSignal = 16;
 std::atomic<char const*> g_paths_for_signal[kMaxPathsForSignal];
+/// The process whose they are: one that was forked off inherits the paths, but not the files.
+std::atomic<int> g_process_of_paths{0};
 
 /// Keeps a path where a signal handler finds it.
 class PathForSignal {
  public:
-  explicit PathForSignal(char const* path) : m_path(path) { _Exchange(nullptr, m_path); }
+  explicit PathForSignal(char const* path) : m_path(path) {
+    _Exchange(nullptr, m_path);
+    g_process_of_paths = ::getpid();
+  }
   ~PathForSignal() { _Exchange(m_path, nullptr); }
   PathForSignal(PathForSignal const&) = delete;
   PathForSignal& operator=(PathForSignal const&) = delete;
@@ -128,6 +134,7 @@ struct ProcessDirectory {
         lock(error == 0 ? path : std::string()) {}
 
   std::string const path;
+  int const process = ::getpid();
   PathForSignal const path_for_signal;
   int const error;  ///< of making it, or 0
   LockedDirectory const lock;
@@ -139,7 +146,17 @@ std::map<std::string, std::unique_ptr<ProcessDirectory>>& ProcessDirectories() {
   return *directories;
 }
 
+/// Those of the process that this one was forked off stay that one's.
+void ForgetInheritedDirectories() {
+  auto& directories = ProcessDirectories();
+  for (auto directory = directories.begin(); directory != directories.end();) {
+    bool const is_own = directory->second != nullptr && directory->second->process == ::getpid();
+    directory = is_own ? std::next(directory) : directories.erase(directory);
+  }
+}
+
 ProcessDirectory& GetProcessDirectory(std::string const& parent) {
+  ForgetInheritedDirectories();
   auto& directory = ProcessDirectories()[parent];
   if (directory != nullptr) return *directory;
   RemoveLeftovers(parent);
@@ -199,6 +216,7 @@ void TemporaryDirectory::RemoveAllFromSignalHandler() noexcept {
     unsigned char type;
     char name[1];
   };
+  if (g_process_of_paths != ::getpid()) return;
   for (auto const& entry : g_paths_for_signal) {
     char const* const path = entry.load();
     if (path == nullptr) continue;

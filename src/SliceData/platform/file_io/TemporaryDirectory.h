@@ -22,7 +22,8 @@ class VELSDK_EXPORT TemporaryDirectory {
   /// To be called after a file named here was removed: removes the directory of the process once it is empty.
   static void OnFileRemoved(std::string const& path) noexcept;
 
-  /// Removes all scratch files of the process. For a signal handler, which ends the process afterwards.
+  /// Removes all scratch files of the process, and none of the process that it was forked off. For a signal handler,
+  /// which ends the process afterwards.
   /// Async-signal-safe.
   static void RemoveAllFromSignalHandler() noexcept;
 

@@ -1,7 +1,12 @@
 #include <SliceData/platform/file_io/MFile.h>
+#include <SliceData/platform/file_io/MInputFile.h>
 #include <SliceData/platform/file_io/TemporaryDirectory.h>
 #include <SliceData/platform/properties/FileContent.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <libdeflate.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -33,6 +38,18 @@ class NewFile {
   std::string m_path;
 };
 
+std::uint32_t ChecksumOf(MInputFile const& file) {
+  constexpr long long piece_size = 1 << 16;
+  std::unique_ptr<char[]> const piece(new char[piece_size]);
+  std::uint32_t checksum = 0;
+  for (long long offset = 0; offset < file.GetSize(); offset += piece_size) {
+    auto const count = static_cast<std::size_t>(std::min(piece_size, file.GetSize() - offset));
+    file.Read(offset, piece.get(), count);
+    checksum = libdeflate_crc32(checksum, piece.get(), count);
+  }
+  return checksum;
+}
+
 }  // namespace
 
 FileContent::FileContent() = default;
@@ -57,8 +74,20 @@ MDocumentBytes const* FileContent::GetDocumentBytes() const {
   return m_state == State::DocumentBytes ? &m_bytes : nullptr;
 }
 
+bool FileContent::IsStill(MDocumentBytes const& bytes) const {
+  bool const was_made_of_it = bytes.document != nullptr && m_bytes.document == bytes.document &&
+                              m_bytes.part == bytes.part && m_bytes.offset == bytes.offset;
+  if (!was_made_of_it || m_state != State::File) return was_made_of_it;
+  MInputFile const file(GetPath());
+  return static_cast<std::uint64_t>(file.GetSize()) == bytes.size && ChecksumOf(file) == bytes.crc;
+}
+
 std::string const& FileContent::GetPath() const {
   if (m_state == State::EmptyFileToBeMade || m_state == State::DocumentBytes) _MakeFile();
+  if (m_state == State::File && ::access(m_path.c_str(), F_OK) != 0) {
+    throw std::system_error(errno, std::generic_category(),
+                            m_path + ": a scratch file has gone, and what it held with it; make that anew");
+  }
   return m_path;
 }
 
@@ -71,12 +100,12 @@ void FileContent::_MakeFile() const {
     file.CLOSE();
   }
   m_path = created.Take();
-  m_bytes = MDocumentBytes();
+  m_process = ::getpid();
   m_state = State::File;
 }
 
 void FileContent::_Clear() noexcept {
-  NewFile::Remove(m_path);
+  if (m_process == ::getpid()) NewFile::Remove(m_path);
   m_path.clear();
   m_bytes = MDocumentBytes();
   m_state = State::Nothing;

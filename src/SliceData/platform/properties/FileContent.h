@@ -16,7 +16,7 @@ class VELSDK_EXPORT FileContent {
  public:
   /// No content, and no path.
   FileContent();
-  /// Removes the scratch file. Never throws.
+  /// Removes the scratch file, in the process that made it: one that was forked off leaves it alone. Never throws.
   ~FileContent();
   FileContent(FileContent const&) = delete;
   FileContent& operator=(FileContent const&) = delete;
@@ -30,10 +30,14 @@ class VELSDK_EXPORT FileContent {
   void SetDocumentBytes(MDocumentBytes bytes);
   /// The value of a document that is the content; null if it has none or has become a file.
   MDocumentBytes const* GetDocumentBytes() const;
+  /// True if the content is this value of a document, or a file that was made of it and holds the same bytes still.
+  /// Throws as `GetPath`.
+  bool IsStill(MDocumentBytes const& bytes) const;
 
   /// The path of the scratch file, which is made and filled first if need be; empty without content. The file may be
   /// written and replaced, and is not to be removed. Throws `MDocumentError` if the document does not hold the bytes
-  /// that were written, and `std::system_error` if the file cannot be made or there is no room for them.
+  /// that were written, and `std::system_error` if the file cannot be made, there is no room for them, or somebody has
+  /// removed it: what it held is lost then.
   std::string const& GetPath() const;
 
  private:
@@ -43,8 +47,9 @@ class VELSDK_EXPORT FileContent {
   void _Clear() noexcept;
 
   mutable State m_state = State::Nothing;
-  mutable MDocumentBytes m_bytes;
+  mutable MDocumentBytes m_bytes;  ///< of which the content was made
   mutable std::string m_path;
+  mutable int m_process = 0;  ///< which made the file
 };
 
 }  // namespace VelAM
