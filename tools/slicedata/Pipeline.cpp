@@ -35,11 +35,12 @@ class Run {
   unsigned long m_num_slices;
 };
 
-/// Runs what reads a file. Sizes in it that are beyond all memory become a trouble with this file.
+/// Runs what reads a file. What it holds may be more than there is memory for: the trouble names the file.
 template <class Function>
 auto NamingFile(std::string const& path, Function&& read) {
   auto const refuse = [&]() -> Trouble {
-    return {path, "not enough memory for what it holds", "see whether it is damaged, or close other programs"};
+    return {path, "not enough memory for what it holds",
+            "take fewer layers by --layers, page them out by --paging multiple, or close other programs"};
   };
   try {
     return read();

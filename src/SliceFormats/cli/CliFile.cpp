@@ -1,34 +1,13 @@
 #include <SliceFormats/cli/CliFile.h>
 
 #include <algorithm>
-#include <system_error>
 
 namespace SliceFormats {
 
-namespace {
-
-[[noreturn]] void Throw(std::string const& path, std::system_error const& error) {
-  throw FormatError(path, std::string(error.what()).erase(0, path.size() + 2));  // the path stands there already
-}
-
-MInputFile Open(std::string const& path) {
-  try {
-    return MInputFile(path, MInputFile::Order::Sequential);
-  } catch (std::system_error const& error) {
-    Throw(path, error);
-  }
-}
-
-}  // namespace
-
-CliFile::CliFile(std::string const& path) : m_file(Open(path)) {}
+CliFile::CliFile(std::string const& path) : m_file(path, MInputFile::Order::Sequential) {}
 
 void CliFile::Read(long long offset, char* buffer, std::size_t size) const {
-  try {
-    m_file.Read(offset, buffer, size);
-  } catch (std::system_error const& error) {
-    Throw(GetPath(), error);
-  }
+  m_file.Read(offset, buffer, size);
 }
 
 void CliFile::Fail(long long offset, std::string const& what) const {

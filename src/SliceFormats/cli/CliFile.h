@@ -12,14 +12,14 @@ namespace SliceFormats {
 /// A file that is read piece by piece, and the errors about it and its content.
 class CliFile {
  public:
-  /// Opens a regular file. Throws `FormatError`.
+  /// Opens a regular file. Throws `std::system_error`.
   explicit CliFile(std::string const& path);
 
   std::string const& GetPath() const { return m_file.GetPath(); }
   /// In bytes, when the file was opened.
   long long GetSize() const { return m_file.GetSize(); }
 
-  /// Reads `size` bytes at `offset`, which lie inside the file. Throws `FormatError`.
+  /// Reads `size` bytes at `offset`, which lie inside the file. Throws `std::system_error`.
   void Read(long long offset, char* buffer, std::size_t size) const;
 
   /// Whether places are told as line numbers or as bytes.

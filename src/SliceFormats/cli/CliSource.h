@@ -27,7 +27,8 @@ namespace SliceFormats {
 /// of user data.
 ///
 /// What is wrong with the file is a `FormatError`: from the constructor if it concerns header and structure, from the
-/// getters if it concerns the coordinates of a layer. One thread at a time; several sources may read the same file.
+/// getters if it concerns the coordinates of a layer. One that cannot be opened or read is a `std::system_error`. One
+/// thread at a time; several sources may read the same file.
 class VELSDK_EXPORT CliSource final : public RandomAccessSource {
  public:
   /// Opens and indexes the file at `path`. `report`, if given, receives what is skipped and outlives the source.

@@ -13,8 +13,8 @@ namespace SliceFormats {
 std::shared_ptr<MDocument const> OpenStackDocument(std::string const& path) {
   auto document = std::make_shared<MDocument>(path);
   if (document->GetKind() != kStackDocumentKind) {
-    throw MDocumentError(path, "is a document of the kind '" + MDocumentText::ForMessage(document->GetKind()) +
-                                   "', not a stack of slices; give a stack document");
+    throw MDocumentMismatch(path, "is a document of the kind '" + MDocumentText::ForMessage(document->GetKind()) +
+                                      "', not a stack of slices; give a stack document");
   }
   return document;
 }

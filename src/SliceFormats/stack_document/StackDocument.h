@@ -22,7 +22,7 @@ constexpr char const* kStackDocumentKind = "SliceStack";
 ///
 /// Takes the lock of the stack slice by slice. What can be pushed goes straight
 /// to scratch files, under `MultipleTempFiles` all of it; the rest stays in memory until other slices are accessed.
-/// Throws `MDocumentError` for what is wrong with the document and `std::system_error` if it cannot be opened; the
+/// Throws `MDocumentError` for what is wrong with the document and `std::system_error` if it cannot be read; the
 /// stack then holds what was read so far.
 VELSDK_EXPORT void ReadStackDocument(std::string const& path, M2DSliceStack& stack, FormatReport* report = nullptr);
 

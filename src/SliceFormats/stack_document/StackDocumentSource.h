@@ -22,7 +22,8 @@ namespace SliceFormats {
 /// of everything, once.
 ///
 /// What is wrong with the document is a `MDocumentError`: from the constructor if it concerns the document as a whole,
-/// from the getters if it concerns a part; the other parts can still be read. One thread at a time; several sources
+/// from the getters if it concerns a part; the other parts can still be read. A disk that fails is a
+/// `std::system_error`: the same call may work later. One thread at a time; several sources
 /// may read the same document.
 class VELSDK_EXPORT StackDocumentSource final : public RandomAccessSource {
  public:

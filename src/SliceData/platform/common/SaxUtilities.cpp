@@ -13,10 +13,19 @@ namespace VelAM::SaxUtilities {
 
 namespace {
 
+/// True if there is nothing of that name that may be read, as opposed to a system that fails.
+bool IsAboutTheName(std::error_code const& error) {
+  return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+         error == std::errc::is_a_directory || error == std::errc::invalid_argument ||
+         error == std::errc::no_such_device_or_address || error == std::errc::permission_denied ||
+         error == std::errc::too_many_symbolic_link_levels || error == std::errc::filename_too_long;
+}
+
 std::shared_ptr<MDocument const> Open(std::string const& path) {
   try {
     return std::make_shared<MDocument>(path);
   } catch (std::system_error const& error) {
+    if (!IsAboutTheName(error.code())) throw;
     throw MDocumentError(error.what());
   }
 }
@@ -34,8 +43,8 @@ bool ReadFile(std::string const& path, ISAXPersist& root, ReadReport* report) {
     auto const document = Open(path);
     told.kind = document->GetKind();
     if (!told.expected_kind.empty() && told.kind != told.expected_kind) {
-      throw MDocumentError(path, "is a document of the kind '" + MDocumentText::ForMessage(told.kind) + "', not '" +
-                                     told.expected_kind + "'; give one of that kind");
+      throw MDocumentMismatch(path, "is a document of the kind '" + MDocumentText::ForMessage(told.kind) + "', not '" +
+                                        told.expected_kind + "'; give one of that kind");
     }
     reader = std::make_unique<MDocumentReader>(document);
     for (std::string const& refusal : told.expected_refusals) reader->ExpectRefusal(refusal);

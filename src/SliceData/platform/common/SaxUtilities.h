@@ -32,9 +32,10 @@ struct WriteOptions {
 /// \param path    of the file
 /// \param root    gets the tags of the document; if reading fails, it holds what was read so far
 /// \param report  filled if given
-/// \return false if something is wrong with the document
+/// \return false if something is wrong with the document, or there is none of that name that may be opened
 ///
-/// What the elements themselves throw passes through, and so does `std::bad_alloc`.
+/// What the elements themselves throw passes through. So does what says nothing about the document: `std::system_error`
+/// where the disk or the system fails, `std::bad_alloc`.
 VELSDK_EXPORT bool ReadFile(std::string const& path, ISAXPersist& root, ReadReport* report = nullptr);
 
 /// Writes an element as a document. It appears under its name when it is whole: until then, and if anything fails, a

@@ -5,23 +5,13 @@
 
 #include <algorithm>
 #include <libdeflate.h>
+#include <new>
 #include <pugixml.hpp>
-#include <system_error>
 
 namespace {
 
 constexpr char const* kAdvice = "the document is damaged; take another copy of it";
 constexpr char const* kDoesNotFit = "tells of other entries than there are";
-
-/// What the file itself throws while it is read, as an error of the document.
-template <class Function>
-auto AsDocumentError(Function const& function) {
-  try {
-    return function();
-  } catch (std::system_error const& error) {
-    throw MDocumentError(error.what());
-  }
-}
 
 /// The tags of the contents, one after the other. Each is parsed for itself, so that memory stays small.
 class Contents {
@@ -31,7 +21,7 @@ class Contents {
     if (entry == nullptr) {
       throw MDocumentError(m_path, "is an archive, but no document: it has no contents; give a document");
     }
-    m_text = AsDocumentError([&] { return zip.ReadWhole(*entry); });
+    m_text = zip.ReadWhole(*entry);
     if (!Next() || GetName() != "Contents") Fail();
   }
 
@@ -47,6 +37,7 @@ class Contents {
     m_tag += m_is_leaf ? ">" : "/>";
     m_position = end + 1;
     auto const result = m_xml.load_buffer_inplace(m_tag.data(), m_tag.size(), pugi::parse_escapes, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
     m_node = m_xml.first_child();
     if (!result || m_node.type() != pugi::node_element || m_node.next_sibling()) Fail();
     return true;
@@ -110,9 +101,9 @@ void MDocument::_ReadContents() {
   std::size_t const dot = std::min(version.find('.'), version.size());
   std::uint64_t const major = ReadNumber(version.substr(0, dot), contents);
   if (major != kMajorVersion) {
-    throw MDocumentError(GetPath(), "has the document format " + MDocumentText::ForMessage(version) +
-                                        ", and this library reads " + std::to_string(kMajorVersion) +
-                                        "; use a version of it that fits");
+    throw MDocumentMismatch(GetPath(), "has the document format " + MDocumentText::ForMessage(version) +
+                                           ", and this library reads " + std::to_string(kMajorVersion) +
+                                           "; use a version of it that fits");
   }
   m_minor_version = ReadNumber(version.substr(std::min(dot + 1, version.size())), contents);
   m_kind = MDocumentText::Decode(contents.GetNode().attribute("kind").value());
@@ -173,7 +164,7 @@ void MDocument::VisitChildren(std::function<void(Child const& child)> const& vis
 }
 
 std::string MDocument::ReadTree(unsigned long part) const {
-  return AsDocumentError([&] { return m_zip.ReadWhole(*m_parts[part].tree); });
+  return m_zip.ReadWhole(*m_parts[part].tree);
 }
 
 std::uint64_t MDocument::GetStreamSize(unsigned long part) const {
@@ -181,7 +172,7 @@ std::uint64_t MDocument::GetStreamSize(unsigned long part) const {
 }
 
 void MDocument::ReadStream(unsigned long part, std::uint64_t offset, void* bytes, std::size_t count) const {
-  AsDocumentError([&] { m_zip.Read(*m_parts[part].stream, offset, bytes, count); });
+  m_zip.Read(*m_parts[part].stream, offset, bytes, count);
 }
 
 void MDocument::FailInTree(unsigned long part, std::uint64_t offset, std::string const& what) const {

@@ -17,7 +17,8 @@
 /// values, a stream with their bytes. The contents say for each child of the root in which part it begins, so that one
 /// can be read without the others. Nothing is kept in memory but the list of parts. Threads may read at the same time.
 ///
-/// Throws `MDocumentError` for what is wrong with the document, `std::system_error` if it cannot be opened.
+/// Throws `MDocumentError` for what is wrong with the document, `std::system_error` if the file cannot be opened or
+/// read, and `std::bad_alloc`.
 class VELSDK_EXPORT MDocument {
  public:
   static constexpr unsigned long kMajorVersion = 1;
@@ -44,7 +45,8 @@ class VELSDK_EXPORT MDocument {
   std::string const& GetPath() const { return m_zip.GetPath(); }
   /// What its writer has called it.
   std::string const& GetKind() const { return m_kind; }
-  /// True if it was written by a newer version of the library, which may know more tags.
+  /// The second number of its format. A larger one than `kMinorVersion` may have more tags and attributes.
+  unsigned long GetMinorVersion() const { return m_minor_version; }
   bool IsNewer() const { return m_minor_version > kMinorVersion; }
   unsigned long GetNumParts() const { return m_parts.size(); }
 

@@ -1,3 +1,4 @@
 #include <SliceData/platform/sax/MDocumentError.h>
 
 MDocumentError::~MDocumentError() = default;
+MDocumentMismatch::~MDocumentMismatch() = default;
