@@ -7,6 +7,7 @@
 #include <SliceData/platform/sax/MDocument.h>
 #include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/platform/sax/MDocumentReader.h>
+#include <SliceData/platform/sax/MDocumentTag.h>
 #include <SliceData/platform/sax/MDocumentText.h>
 #include <SliceData/platform/sax/MDocumentWriter.h>
 #include <SliceData/platform/sax/MSAXTagWriter.h>
@@ -15,7 +16,10 @@
 #include <gmock/gmock.h>
 #include <libdeflate.h>
 #include <random>
+#include <sys/resource.h>
+#include <system_error>
 
+#include "Files.h"
 #include "support/Scratch.h"
 
 namespace {
@@ -145,6 +149,21 @@ class RandomTree {
   std::mt19937 m_random;
 };
 
+/// Reads where the children of a root are, and writes them again as they stand there.
+class TagCopier final : public ISAXPersistHelper {
+ public:
+  bool HandleTag(std::string const&, MSAXReader& reader) override {
+    m_tags.push_back(MDocumentTag::FromReader(reader));
+    return false;
+  }
+  bool Write(MSAXWriter& writer) const override {
+    return std::all_of(m_tags.begin(), m_tags.end(), [&](MDocumentTag const& tag) { return tag.WriteTo(writer); });
+  }
+
+ private:
+  std::vector<MDocumentTag> m_tags;
+};
+
 /// A document of hand-made parts.
 struct RawPart {
   std::string tree;
@@ -172,6 +191,12 @@ void WriteRaw(std::string const& path, std::vector<RawPart> const& parts, std::s
   file.Commit();
 }
 
+std::string Reference(std::string const& bytes, std::uint64_t offset = 0) {
+  std::array<char, MDocumentText::kMaxReferenceText> text;
+  return std::string(
+      MDocumentText::ToText({offset, bytes.size(), libdeflate_crc32(0, bytes.data(), bytes.size())}, text));
+}
+
 class Document : public testing::Test {
  protected:
   ~Document() override { std::filesystem::remove(m_path); }
@@ -196,6 +221,17 @@ class Document : public testing::Test {
     return report.error;
   }
 
+  /// The bytes of a document and of a copy of it that is made child by child.
+  std::pair<std::string, std::string> GetBytesAndThoseOfCopy() const {
+    std::string const copy = m_directory.GetPath() + "/copy.document";
+    TagCopier tags;
+    EXPECT_TRUE(ReadFile(m_path, tags));
+    WriteFile(copy, tags);
+    std::pair<std::string, std::string> bytes(FileInDirectory::Read(m_path), FileInDirectory::Read(copy));
+    std::filesystem::remove(copy);
+    return bytes;
+  }
+
   testing_support::EmptyDirectory const m_directory;
   std::string const m_path = m_directory.GetPath() + "/test.document";
 };
@@ -208,7 +244,30 @@ TEST_F(Document, KeepsNamesTextsAttributesValuesAndOrder) {
     for (int i = 0; i < 30; ++i) root.children.push_back(random.Make(4));
     WriteFile(m_path, NodeElement(&root));
     ASSERT_TRUE(Read(m_path) == root);
+    auto const [bytes, copied] = GetBytesAndThoseOfCopy();
+    ASSERT_TRUE(bytes == copied);
   }
+}
+
+TEST_F(Document, ACopyIsNoOlderThanWhatItHolds) {
+  std::string const tag = "<V _bytes=\"" + Reference("1234") + "\" new=\"1\"/>";
+  WriteRaw(m_path, {{"<Document><A>" + tag + "</A></Document>", "1234", ""}}, "1.9");
+  auto const [bytes, copied] = GetBytesAndThoseOfCopy();
+  FileInDirectory copy;
+  copy.Write(copied);
+  auto const document = std::make_shared<MDocument>(copy.GetPath());
+  EXPECT_EQ(document->GetMinorVersion(), 9u);
+  EXPECT_EQ(document->ReadTree(0), MDocument(m_path).ReadTree(0));
+
+  std::filesystem::resize_file(copy.GetPath(), 10);
+  EXPECT_THROW(document->ReadTree(0), std::system_error) << "nothing is known of its bytes";
+  EXPECT_FALSE(ReadFile(copy.GetPath() + "x", *std::make_unique<TagCopier>()));
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  rlimit const none{0, files.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  EXPECT_THROW(ReadFile(m_path, *std::make_unique<TagCopier>()), std::system_error);
+  setrlimit(RLIMIT_NOFILE, &files);
 }
 
 TEST_F(Document, KeepsEveryShortName) {
@@ -266,6 +325,8 @@ TEST_F(Document, GoesOnFromPartToPartAtAnyDepth) {
   auto const document = std::make_shared<MDocument>(m_path);
   EXPECT_GE(document->GetNumParts(), 3u);
   EXPECT_TRUE(Read(m_path) == root);
+  auto const [bytes, copied] = GetBytesAndThoseOfCopy();
+  EXPECT_TRUE(bytes == copied);
 
   // Each child by itself, in any order.
   std::vector<MDocument::Child> children;
@@ -397,12 +458,6 @@ TEST_F(Document, WriterRefusesTagsThatDoNotFitTogether) {
                }),
                std::logic_error);
   EXPECT_FALSE(std::filesystem::exists(m_path));
-}
-
-std::string Reference(std::string const& bytes, std::uint64_t offset = 0) {
-  std::array<char, MDocumentText::kMaxReferenceText> text;
-  return std::string(
-      MDocumentText::ToText({offset, bytes.size(), libdeflate_crc32(0, bytes.data(), bytes.size())}, text));
 }
 
 TEST_F(Document, AFileThatTakesMuchMemoryIsNotSmall) {

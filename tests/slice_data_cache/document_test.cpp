@@ -1,3 +1,6 @@
+#include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MSAXTagWriter.h>
+#include <SliceData/slice_data_cache/CachedSliceStackSaxWrite.h>
 #include <SliceData/slice_data_cache/CachedSliceStackSelectorDefault.h>
 #include <SliceData/slice_data_cache/DatabaseCachedSliceStacksSaxRead.h>
 #include <SliceData/slice_data_cache/DatabaseCachedSliceStacksSaxWrite.h>
@@ -19,6 +22,7 @@ namespace {
 
 using namespace testing_support;
 using namespace SliceDataCaching;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -206,6 +210,54 @@ TEST_F(DatabaseDocuments, AreSavedOverThemselves) {
     EXPECT_THAT(LoadStarts(), ElementsAre(10, 20, 35, 50));
   }
   EXPECT_EQ(StartOf(*entries[0]), 10) << "from the document that had the name before";
+}
+
+/// A database as a later version may write it: with attributes and tags that are not known here.
+class LaterDatabase final : public ISAXPersistHelper {
+ public:
+  explicit LaterDatabase(Database const& database) : m_database(database) {}
+
+  bool Write(MSAXWriter& writer) const override {
+    for (CachedSliceStack const* const entry : m_database.GetAllCachedStacks()) {
+      MSAXTagWriter const tag(writer, "Instance");
+      writer.WriteAttribute("made", entry->m_id.m_global.c_str());
+      CachedSliceStackSaxWrite(entry).Write(writer);
+      writer.WriteTextTag("Machine", entry->m_id.m_global);
+    }
+    writer.WriteTextTag("Rules", "all");
+    MSAXTagWriter const tag(writer, "Properties");
+    return writer.WriteTextAttribute("unit", "um");
+  }
+
+ private:
+  Database const& m_database;
+};
+
+TEST_F(DatabaseDocuments, KeepWhatIsNotKnownHereOfWhatStaysTheSame) {
+  {
+    Database database(false);
+    for (long const start : {10, 20, 30, 40}) Add(database, start);
+    VelAM::SaxUtilities::WriteFile(m_path, LaterDatabase(database), {0, kDatabaseDocumentKind});
+  }
+  Database database(false);
+  EXPECT_THAT(Load(database), SizeIs(2));
+  std::vector<CachedSliceStack*> const entries = database.GetAllCachedStacks();
+  EXPECT_EQ(StartOf(*entries[0]), 10);
+  MMTransformMatrix position;
+  position.MakeTranslation(1, 0, 0);
+  entries[1]->AddUsedPosition(position);
+  M2DSlice changed;
+  FillAllComponents(changed, 35);
+  entries[2]->SetSlice(changed, M2DSliceZArea(0), nullptr);
+  Save(database);
+
+  Database again(false);
+  EXPECT_THAT(Load(again), ElementsAre(HasSubstr("'Instance/Machine' was not understood and left out (2 times)"),
+                                       HasSubstr("'Rules'")));
+  EXPECT_EQ(StartOf(*again.GetAllCachedStacks()[2]), 35);
+  std::string const tree = MDocument(m_path).ReadTree(0);
+  EXPECT_THAT(tree, AllOf(HasSubstr("<Instance made=\"p10\">"), HasSubstr("<Machine>p10</Machine>"),
+                          HasSubstr("<Machine>p40</Machine>"), HasSubstr("<Properties unit=\"um\"/>")));
 }
 
 TEST_F(DatabaseDocuments, DoNotFollowChangesUntilTheDocumentOfAStackIsGivenUp) {

@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "Console.h"
-#include "Trouble.h"
 
 namespace Tool {
 
@@ -44,12 +43,12 @@ bool IsThere(std::string const& path) {
 
 /// The document of a stored stack.
 struct Stored {
-  /// Throws `MDocumentError` if it is none.
+  /// Throws `MDocumentError` if it is none that can be read.
   explicit Stored(VelAM::FileContent const& content) {
     MDocumentBytes const* const bytes = content.GetDocumentBytes();
     document = bytes != nullptr ? std::make_shared<MDocument>(*bytes) : std::make_shared<MDocument>(content.GetPath());
     document->VisitChildren([&](MDocument::Child const& child) {
-      if (child.tag != "Stack") throw MDocumentError(document->GetPath(), "holds something else than a stack");
+      if (child.tag != "Stack") return;  // of a newer version
       if (std::string const* const text = child.FindLeaf("NumSlices")) MStreamTextIn(*text) >> num_slices;
     });
   }
@@ -83,7 +82,9 @@ Database::Database(std::string path, Use use) : m_path(std::move(path)) {
   // The folder is there before and after the file in it is replaced.
   if (use != Use::Read) m_lock.emplace(FindFolder(m_path).string());
   if (IsThere(m_path)) {
-    for (std::string const& warning : ReadKeys(m_path, m_stacks)) TellNote(m_path + ": " + warning);
+    auto const warnings = ReadKeys(m_path, m_stacks);
+    if (use != Use::Read) return;  // what is not understood is kept as it is
+    for (std::string const& warning : warnings) TellNote(m_path + ": " + warning);
   } else if (use != Use::ChangeOrMake) {
     throw Trouble(m_path, "there is no such file", "check the name, or make a database by 'slicedata db put'");
   }
@@ -142,19 +143,26 @@ std::string Database::Describe(CachedSliceStackKeyInfo::ID const& id) {
   return "part '" + id.m_global + "', revision '" + id.m_revision + "'";
 }
 
-/// Runs what reads the stacks of an entry. What is wrong with their documents becomes a trouble with the entry.
+/// Runs what reads the stacks of an entry. What is wrong with their documents becomes a trouble with the entry. Only
+/// damage is a reason to give it up.
 template <class Function>
 void Database::_NamingEntry(CachedSliceStack const& entry, Function const& function) const {
   try {
     function();
+  } catch (MDocumentMismatch const& error) {
+    throw Trouble(m_path, "the slices of " + Describe(entry.m_id) + " cannot be read here: " + _GetCause(error),
+                  "use a newer version of this program");
   } catch (MDocumentError const& error) {
-    std::string cause = error.what();
-    if (cause.compare(0, m_path.size() + 2, m_path + ": ") == 0) cause.erase(0, m_path.size() + 2);
-    // Its advice is for a document that stands alone.
-    throw Trouble(m_path,
-                  "the slices of " + Describe(entry.m_id) + " are damaged: " + cause.substr(0, cause.find("; ")),
-                  "drop the entry by 'slicedata db drop', and put it anew");
+    throw Damage(m_path, "the slices of " + Describe(entry.m_id) + " are damaged: " + _GetCause(error),
+                 "drop the entry by 'slicedata db drop', and put it anew");
   }
+}
+
+/// Without the name of the file, and without advice: that is for a document that stands alone.
+std::string Database::_GetCause(MDocumentError const& error) const {
+  std::string cause = error.what();
+  if (cause.compare(0, m_path.size() + 2, m_path + ": ") == 0) cause.erase(0, m_path.size() + 2);
+  return cause.substr(0, cause.find("; "));
 }
 
 /// Throws for the first entry whose bytes are not those that were written.

@@ -7,6 +7,9 @@
 #include <string>
 
 #include "Options.h"
+#include "Trouble.h"
+
+class MDocumentError;
 
 namespace Tool {
 
@@ -14,6 +17,11 @@ namespace Tool {
 class Database {
  public:
   enum class Use { Read, Change, ChangeOrMake };
+
+  /// The bytes of an entry's slices are not those that were written.
+  class Damage : public Trouble {
+    using Trouble::Trouble;
+  };
 
   /// Reads the keys of the database; its stacks stay where they are. Whoever is to change it waits for others who
   /// change a database in the same folder. Throws `Trouble` if it is not there, unless it may be made.
@@ -27,7 +35,7 @@ class Database {
   SliceDataCaching::DatabaseCachedSliceStacks& GetStacks() { return m_stacks; }
 
   /// Brings the stacks of an entry into memory, and tells what was not understood. Throws `Trouble` that names the
-  /// entry if they are damaged.
+  /// entry if that cannot be done, `Damage` if they are damaged, and what comes from disk and memory.
   void Load(SliceDataCaching::CachedSliceStack& entry, TalkOptions const& talk) const;
   /// The number of slices in all stacks of an entry, from the contents of their documents alone. Throws as `Load`.
   unsigned long CountSlices(SliceDataCaching::CachedSliceStack const& entry) const;
@@ -53,6 +61,7 @@ class Database {
 
   template <class Function>
   void _NamingEntry(SliceDataCaching::CachedSliceStack const& entry, Function const& function) const;
+  std::string _GetCause(MDocumentError const& error) const;
   void _RefuseDamagedEntries() const;
 
   std::string m_path;

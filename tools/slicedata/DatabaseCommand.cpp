@@ -283,23 +283,26 @@ struct ListOptions {
 struct ListedEntry {
   CachedSliceStack const& entry;
   std::string const* type;                  ///< null without one
-  std::optional<unsigned long> num_slices;  ///< none: damaged
+  std::optional<unsigned long> num_slices;  ///< none: not readable
+  char const* num_slices_text;              ///< in place of the number where there is none
   std::size_t num_used_positions;
 };
 
-/// \param damage  becomes what is wrong with the first damaged entry
-std::vector<ListedEntry> ListEntries(Database& database, std::string& damage) {
+/// \param trouble  becomes what is wrong with the first entry that cannot be read
+std::vector<ListedEntry> ListEntries(Database& database, std::string& trouble) {
   std::vector<ListedEntry> entries;
   for (CachedSliceStack const* const entry : database.GetStacks().GetAllCachedStacks()) {
     std::vector<MMTransformMatrix const*> positions;
     entry->GetUsedPositions(positions);
     std::optional<unsigned long> num_slices;
+    char const* text = "";
     try {
       num_slices = database.CountSlices(*entry);
-    } catch (Trouble const& trouble) {
-      if (damage.empty()) damage = trouble.what();
+    } catch (Trouble const& caught) {
+      text = dynamic_cast<Database::Damage const*>(&caught) != nullptr ? "damaged" : "unknown";
+      if (trouble.empty()) trouble = caught.what();
     }
-    entries.push_back({*entry, FindType(*entry), num_slices, positions.size()});
+    entries.push_back({*entry, FindType(*entry), num_slices, text, positions.size()});
   }
   return entries;
 }
@@ -323,7 +326,7 @@ std::string MakeText(std::vector<ListedEntry> const& entries) {
     rows.push_back({Printable(listed.entry.m_id.m_global), Printable(listed.entry.m_id.m_revision),
                     FormatLength(listed.entry.m_z_info.thickness) + " mm",
                     listed.type != nullptr ? Printable(*listed.type) : "-",
-                    listed.num_slices ? std::to_string(*listed.num_slices) : "damaged",
+                    listed.num_slices ? std::to_string(*listed.num_slices) : listed.num_slices_text,
                     std::to_string(listed.num_used_positions)});
   }
   std::vector<std::size_t> widths(rows.front().size(), 0);
@@ -340,10 +343,10 @@ std::string MakeText(std::vector<ListedEntry> const& entries) {
 
 int RunList(ListOptions const& options) {
   Database database(options.database, Database::Use::Read);
-  std::string damage;
-  auto const entries = ListEntries(database, damage);
+  std::string trouble;
+  auto const entries = ListEntries(database, trouble);
   WriteOutput(options.json ? MakeJson(entries) : MakeText(entries));
-  if (!damage.empty()) throw std::runtime_error(damage);
+  if (!trouble.empty()) throw std::runtime_error(trouble);
   return 0;
 }
 
@@ -354,11 +357,11 @@ void AddListCommand(Command& db) {
   command.BeginGroup("Output");
   command.AddFlag("--json",
                   "for programs; lengths are in internal units (10000 units are 1 mm), the type is null where none is "
-                  "kept, the number of slices where they are damaged",
+                  "kept, the number of slices where they cannot be read",
                   [options] { options->json = true; });
   command.AddHelp(
       "One line for each entry, the oldest first: key, number of slices, number of positions at which it was used. If "
-      "slices are damaged, their line says so, and the exit code is 2.");
+      "slices are damaged or need a newer version, their line says so, and the exit code is 2.");
   command.AddExample("slicedata db list cache.slicedb", "a table for people");
   command.SetAction([options] { return RunList(*options); });
 }

@@ -27,6 +27,15 @@ bool EqualPositions(MMTransformMatrix const& a, MMTransformMatrix const& b) {
   return true;
 }
 
+bool IsSame(MMTransformMatrix const& a, MMTransformMatrix const& b) {
+  for (int row = 0; row < 4; ++row) {
+    for (int column = 0; column < 4; ++column) {
+      if (a.GetElement(row, column, false) != b.GetElement(row, column, false)) return false;
+    }
+  }
+  return true;
+}
+
 /// Truncated towards zero. Positions may come from documents: what is out of all range becomes half of the range, so
 /// that it can be added and negated.
 long ToOffset(double difference) {
@@ -45,6 +54,20 @@ struct CachedSliceStack::Offset {
   long dx = 0;
   long dy = 0;
   long dz = 0;
+};
+
+/// The entry when it was read, and the values in which its stacks rested. Everything of an entry is open to change, so
+/// that only a comparison tells whether it is still the same.
+struct CachedSliceStack::AsRead {
+  struct Stack {
+    std::weak_ptr<Data> data;
+    MDocumentBytes content;
+  };
+
+  MDocumentTag source;
+  CachedSliceStackKeyInfo key;
+  PersistentProperties properties;
+  std::vector<Stack> stacks;
 };
 
 CachedSliceStack::CachedSliceStack(CachedSliceStackKeyInfo const& key) : CachedSliceStackKeyInfo(key) {}
@@ -151,6 +174,32 @@ void CachedSliceStack::GetAdditionalTransformation(MMTransformMatrix const* posi
   Offset const offset = _GetOffset(position);
   result.MakeTranslation(static_cast<double>(offset.dx), static_cast<double>(offset.dy),
                          static_cast<double>(offset.dz));
+}
+
+void CachedSliceStack::_SetSource(MDocumentTag const& source) {
+  m_as_read.reset();
+  std::vector<AsRead::Stack> stacks;
+  for (auto const& data : m_data) {
+    MDocumentBytes const* const bytes =
+        data->m_file_content != nullptr ? data->m_file_content->GetDocumentBytes() : nullptr;
+    if (bytes == nullptr) return;  // a stack in memory: whether it changes cannot be told
+    stacks.push_back({data, *bytes});
+  }
+  m_as_read = std::make_shared<AsRead const>(AsRead{source, *this, m_stack_properties, std::move(stacks)});
+}
+
+MDocumentTag CachedSliceStack::_GetSource() const {
+  if (m_as_read == nullptr) return {};
+  CachedSliceStackKeyInfo const& key = m_as_read->key;
+  bool const is_same = m_id.m_global == key.m_id.m_global && m_id.m_revision == key.m_id.m_revision &&
+                       IsSame(m_transform, key.m_transform) && m_z_info == key.m_z_info &&
+                       m_properties == key.m_properties && m_stack_properties == m_as_read->properties &&
+                       std::equal(m_data.begin(), m_data.end(), m_as_read->stacks.begin(), m_as_read->stacks.end(),
+                                  [](auto const& data, AsRead::Stack const& stack) {
+                                    return data == stack.data.lock() && data->m_file_content != nullptr &&
+                                           data->m_file_content->IsStill(stack.content);
+                                  });
+  return is_same ? m_as_read->source : MDocumentTag();
 }
 
 CachedSliceStack::Data& CachedSliceStack::_GetFirstData() const {

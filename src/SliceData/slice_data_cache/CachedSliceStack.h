@@ -2,6 +2,7 @@
 
 #include <SliceData/platform/common/Export.h>
 #include <SliceData/platform/properties/FileContent.h>
+#include <SliceData/platform/sax/MDocumentTag.h>
 #include <SliceData/slice_data_cache/CachedSliceStackKeyInfo.h>
 #include <SliceData/slice_model/M2DSliceZArea.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
@@ -131,16 +132,24 @@ class VELSDK_EXPORT CachedSliceStack : public CachedSliceStackKeyInfo {
   /// internal units; the identity for null.
   void GetAdditionalTransformation(MMTransformMatrix const* position, MMTransformMatrix& result) const;
 
+  /// Notes that the entry is what a tag of a database document holds.
+  void _SetSource(MDocumentTag const& source);
+  /// That tag, if the entry is still the same: it may hold more than is known here. None otherwise. Throws what comes
+  /// from the disk.
+  MDocumentTag _GetSource() const;
+
   /// One for each stored stack, none of them null. Empty: nothing is cached yet.
   std::vector<std::shared_ptr<Data>> m_data;
 
  private:
   struct Offset;
+  struct AsRead;
 
   Data& _GetFirstData() const;
   Offset _GetOffset(MMTransformMatrix const* position) const;
 
   PersistentProperties m_stack_properties;
+  std::shared_ptr<AsRead const> m_as_read;  ///< null: it comes from no document
 };
 
 }  // namespace SliceDataCaching

@@ -56,9 +56,17 @@ class VELSDK_EXPORT DatabaseCachedSliceStacks {
   PersistentProperties const& GetProperties() const { return m_properties; }
 
  private:
+  friend class DatabaseCachedSliceStacksSaxRead;
+  friend class DatabaseCachedSliceStacksSaxWrite;
+
   bool m_is_target;
   std::vector<std::unique_ptr<CachedSliceStack>> m_cached_stacks;
   PersistentProperties m_properties;
+
+  // What a document held beside the entries: it may tell more than is known here.
+  PersistentProperties m_properties_as_read;
+  MDocumentTag m_source_of_properties;
+  std::vector<MDocumentTag> m_other_tags;  ///< those of unknown names
 };
 
 }  // namespace SliceDataCaching

@@ -8,7 +8,8 @@
 
 namespace SliceDataCaching {
 
-/// Reads a database: adds the entries of the document and replaces the properties.
+/// Reads a database: adds the entries of the document and replaces the properties. Notes where all that comes from,
+/// unknown tags included, so that what stays the same can be written as it was.
 class VELSDK_EXPORT DatabaseCachedSliceStacksSaxRead final : public ISAXPersistHelper {
  public:
   /// `database` outlives this.
@@ -16,9 +17,12 @@ class VELSDK_EXPORT DatabaseCachedSliceStacksSaxRead final : public ISAXPersistH
   ~DatabaseCachedSliceStacksSaxRead() override;
 
   bool HandleTag(std::string const& tag, MSAXReader& reader) override;
+  void HandleEndTag(std::string const& tag) override;
 
  private:
   DatabaseCachedSliceStacks* m_database;
+  CachedSliceStack* m_entry = nullptr;  ///< that is being read
+  MDocumentTag m_source;                ///< of what is being read
 };
 
 }  // namespace SliceDataCaching

@@ -6,7 +6,8 @@
 
 namespace SliceDataCaching {
 
-/// Writes a database: one "Instance" for each entry, then "Properties".
+/// Writes a database: one "Instance" for each entry, then "Properties". What is still as it was read is copied from the
+/// document that it came from, with what is not known here; tags of unknown names come last.
 class VELSDK_EXPORT DatabaseCachedSliceStacksSaxWrite final : public ISAXPersistHelper {
  public:
   /// `database` outlives this.

@@ -1,5 +1,5 @@
 #include <SliceData/platform/sax/BinaryInHolder.h>
-#include <SliceData/platform/sax/ISAXPersist.h>
+#include <SliceData/platform/sax/ISAXPersistHelper.h>
 #include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/platform/sax/MDocumentReader.h>
 #include <SliceData/platform/sax/MDocumentText.h>
@@ -8,6 +8,7 @@
 #include <cstring>
 #include <libdeflate.h>
 #include <map>
+#include <new>
 #include <pugixml.hpp>
 #include <string_view>
 #include <utility>
@@ -148,6 +149,20 @@ pugi::xml_node NextElement(pugi::xml_node node) {
   return SkipToElement(node.next_sibling());
 }
 
+/// Hands the only child of a root on to an object.
+class OnlyChild final : public ISAXPersistHelper {
+ public:
+  explicit OnlyChild(ISAXPersist& object) : m_object(object) {}
+
+  bool HandleTag(std::string const&, MSAXReader& reader) override {
+    reader.ReadSubObject(m_object);
+    return true;
+  }
+
+ private:
+  ISAXPersist& m_object;
+};
+
 /// False, with nothing done, for a name that is too long.
 bool AssignName(std::string& name, char const* encoded) {
   std::size_t size = 0;
@@ -181,7 +196,7 @@ class MDocumentReader::Reading {
     root.ResolveReferences(m_reader);
   }
 
-  void ReadChild(unsigned long part, unsigned long ordinal, ISAXPersist& object) {
+  void ReadTag(unsigned long part, unsigned long ordinal, ISAXPersist& root) {
     OpenTags const open_tags(*this);
     _Load(part);
     m_stream.Rewind();
@@ -189,11 +204,9 @@ class MDocumentReader::Reading {
       m_document->FailInTree(part, 0, "has fewer tags than the contents tell");
     }
     pugi::xml_node const child = m_children[ordinal];
-    object.SetDefaults();
-    _Push(m_root);
-    Frame& frame = _Push(child);
-    frame.handler = &object;
-    _Walk(child, FirstElement(child), child);
+    _Push(m_root).handler = &root;
+    m_num_begun = ordinal;
+    if (_Open(child)) _Walk(child, FirstElement(child), child);
     bool is_open = !NextElement(child);
     while (is_open && m_part + 1 < m_document->GetNumParts()) {
       _Load(m_part + 1);
@@ -203,9 +216,11 @@ class MDocumentReader::Reading {
       _Walk(parent, first, continued);
       is_open = !NextElement(continued);
     }
-    _CloseTo(2);
-    m_depth = 0;
-    object.InitAfterLoading();
+    _CloseTo(1);
+  }
+
+  MDocumentTag GetTag() const {
+    return m_depth == 2 ? MDocumentTag{m_document, m_part, m_num_begun - 1} : MDocumentTag();
   }
 
   std::vector<std::string> GetWarnings() const {
@@ -308,6 +323,7 @@ class MDocumentReader::Reading {
     OpenTags const open_tags(*this);
     for (unsigned long part = 0; part < m_document->GetNumParts(); ++part) {
       _Load(part);
+      m_num_begun = 0;
       if (part == 0) _Push(m_root).handler = &root;
       auto const [parent, first] = _Continue();
       _Walk(parent, first, m_root);
@@ -326,6 +342,7 @@ class MDocumentReader::Reading {
         m_text.data(), m_text.size(),
         pugi::parse_escapes | pugi::parse_embed_pcdata | pugi::parse_ws_pcdata_single | pugi::parse_doctype,
         pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
     pugi::xml_node const root = m_xml.first_child();
     if (!result || root.type() != pugi::node_element || root.next_sibling() ||
         std::strcmp(root.name(), "Document") != 0) {
@@ -393,6 +410,7 @@ class MDocumentReader::Reading {
     if (m_depth == MDocumentText::kMaxDepth) _Fail(node, "too many tags lie inside each other");
     m_has_attributes = node.first_attribute();
     if (m_has_attributes && IsContinued(node)) _Fail(node, "goes on with a tag that is not open");
+    if (m_depth == 1) ++m_num_begun;
     ISAXPersist* const handler = m_frames[m_depth - 1].handler;
     Frame& frame = _Push(node);
     frame.handler = handler;
@@ -461,6 +479,7 @@ class MDocumentReader::Reading {
   unsigned long m_part = 0;
   pugi::xml_node m_root;                   ///< null without a part
   std::vector<pugi::xml_node> m_children;  ///< of the root, but for one that goes on from the part before
+  unsigned long m_num_begun = 0;           ///< of them, so far
 
   std::vector<Frame> m_frames;
   std::size_t m_depth = 0;
@@ -479,7 +498,14 @@ void MDocumentReader::Read(ISAXPersist& root) {
   m_reading->Read(root);
 }
 void MDocumentReader::ReadChild(unsigned long part, unsigned long ordinal, ISAXPersist& object) {
-  m_reading->ReadChild(part, ordinal, object);
+  OnlyChild root(object);
+  m_reading->ReadTag(part, ordinal, root);
+}
+void MDocumentReader::ReadTag(MDocumentTag const& tag, ISAXPersist& root) {
+  m_reading->ReadTag(tag.part, tag.ordinal, root);
+}
+MDocumentTag MDocumentReader::GetTag() const {
+  return m_reading->GetTag();
 }
 std::vector<std::string> MDocumentReader::GetWarnings() const {
   return m_reading->GetWarnings();

@@ -2,6 +2,7 @@
 
 #include <SliceData/platform/common/Export.h>
 #include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MDocumentTag.h>
 #include <SliceData/platform/sax/MSAXReader.h>
 
 #include <memory>
@@ -11,7 +12,7 @@
 /// Reads a document into elements, the whole or single children of its root. One part is in memory at a time.
 ///
 /// A tag that an element refuses is skipped with its children. Throws `MDocumentError` for what is wrong with the
-/// document; what the elements throw passes through.
+/// document, `std::system_error` if it cannot be read, and `std::bad_alloc`; what the elements throw passes through.
 class VELSDK_EXPORT MDocumentReader final : public MSAXReader {
  public:
   explicit MDocumentReader(std::shared_ptr<MDocument const> document);
@@ -27,6 +28,10 @@ class VELSDK_EXPORT MDocumentReader final : public MSAXReader {
   /// The children of a child of the root go to `object`. Cheap for one child after the other; the part of the last one
   /// is kept.
   void ReadChild(unsigned long part, unsigned long ordinal, ISAXPersist& object);
+  /// The same with the child itself: `root` is told of it as if it were the only child of the root.
+  void ReadTag(MDocumentTag const& tag, ISAXPersist& root);
+  /// The current tag, if it is a child of the root; none otherwise.
+  MDocumentTag GetTag() const;
 
   /// What was skipped so far: one text for each path of tags.
   std::vector<std::string> GetWarnings() const;

@@ -1,7 +1,11 @@
 #include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/file_io/MZipWriter.h>
+#include <SliceData/platform/sax/BinaryInHolder.h>
 #include <SliceData/platform/sax/BinaryOutHolder.h>
+#include <SliceData/platform/sax/ISAXPersistHelper.h>
 #include <SliceData/platform/sax/MDocument.h>
+#include <SliceData/platform/sax/MDocumentError.h>
+#include <SliceData/platform/sax/MDocumentReader.h>
 #include <SliceData/platform/sax/MDocumentText.h>
 #include <SliceData/platform/sax/MDocumentWriter.h>
 
@@ -192,8 +196,7 @@ struct Head {
 class MDocumentWriter::Writing {
  public:
   Writing(std::string path, std::string const& kind) : m_file(std::move(path)), m_zip(m_file), m_stream(m_zip) {
-    m_contents = "<Contents format=\"" + std::to_string(MDocument::kMajorVersion) + "." +
-                 std::to_string(MDocument::kMinorVersion) + "\" kind=\"" + MDocumentText::EncodeAttribute(kind) + "\">";
+    m_kind = MDocumentText::EncodeAttribute(kind);
     StartTag("Document");
   }
 
@@ -284,6 +287,22 @@ class MDocumentWriter::Writing {
     EndTag(name);
   }
 
+  bool CopyTag(MDocumentTag const& tag) {
+    if (m_open.size() != 1) return false;
+    if (tag.document != m_copied_document) {
+      m_reader = std::make_unique<MDocumentReader>(tag.document);
+      m_copied_document = tag.document;
+    }
+    m_minor_version = std::max(m_minor_version, tag.document->GetMinorVersion());
+    TagCopy copy(*this);
+    try {
+      m_reader->ReadTag(tag, copy);
+    } catch (std::logic_error const& error) {
+      throw MDocumentError(tag.document->GetPath(), error.what());  // it holds what no document may hold
+    }
+    return true;
+  }
+
   void WriteLate(char const* name) {
     if (m_part != 0 || m_open.size() != 1 || m_heads.size() >= kMaxLateHead || m_late_head != kNoHead) {
       throw std::logic_error("a late text stands once in a document, in one of the first tags");
@@ -306,12 +325,42 @@ class MDocumentWriter::Writing {
     }
     _EndPart();
     _WriteFirstPart();
-    m_zip.Add(MDocumentText::kContentsName, m_contents + m_first_contents + m_later_contents + "</Contents>");
+    std::string const head = "<Contents format=\"" + std::to_string(MDocument::kMajorVersion) + "." +
+                             std::to_string(m_minor_version) + "\" kind=\"" + m_kind + "\">";
+    m_zip.Add(MDocumentText::kContentsName, head + m_first_contents + m_later_contents + "</Contents>");
     m_zip.Finish();
     m_file.Commit(durable);
   }
 
  private:
+  /// Writes what it is told of tag by tag.
+  class TagCopy final : public ISAXPersistHelper {
+   public:
+    explicit TagCopy(Writing& writing) : m_writing(writing) {}
+
+    bool HandleTag(std::string const& tag, MSAXReader& reader) override {
+      BinaryInHolder* holder = nullptr;
+      bool const is_value = reader.GetBinaryStream(holder);
+      if (is_value) {
+        m_writing.StartValue();
+        holder->GetBytes().CopyTo(
+            [this](char const* piece, std::size_t count) { m_writing.m_stream.Write(piece, count); });
+      }
+      m_writing.StartTag(tag.c_str());
+      for (auto const& [name, value] : reader.GetAttributes()) m_writing.WriteAttribute(name.c_str(), value);
+      if (is_value) {
+        m_writing._WriteReference(MDocumentText::kBytes);
+      } else {
+        m_writing.WriteText(reader.GetTagText());
+      }
+      return true;
+    }
+    void HandleEndTag(std::string const& tag) override { m_writing.EndTag(tag.c_str()); }
+
+   private:
+    Writing& m_writing;
+  };
+
   /// A tag that is open.
   struct Level {
     TagName const* name;
@@ -502,7 +551,8 @@ class MDocumentWriter::Writing {
   int m_num_head_tags = 0;
   std::string m_leaf;            ///< text of the tag at `m_leaf_depth`
   std::size_t m_leaf_depth = 0;  ///< 0 if no text has come
-  std::string m_contents;
+  std::string m_kind;
+  unsigned long m_minor_version = MDocument::kMinorVersion;
   std::string m_first_contents;
   std::string m_later_contents;
 
@@ -512,6 +562,9 @@ class MDocumentWriter::Writing {
   std::size_t m_late_head = kNoHead;
   std::size_t m_late_position = 0;
   std::string m_late_text;
+
+  std::shared_ptr<MDocument const> m_copied_document;
+  std::unique_ptr<MDocumentReader> m_reader;  ///< of that one
 
   std::exception_ptr m_failure;  ///< of an end tag
 };
@@ -549,6 +602,9 @@ bool MDocumentWriter::WriteTextAttribute(char const* name, std::string const& va
 void MDocumentWriter::WriteTextValue(std::string const& text) {
   m_writing->WriteText(text);
 }
+bool MDocumentWriter::CopyTag(MDocumentTag const& tag) {
+  return m_writing->CopyTag(tag);
+}
 void MDocumentWriter::WriteLateTag(char const* name) {
   m_writing->WriteLate(name);
 }
@@ -557,4 +613,14 @@ void MDocumentWriter::SetLateNumber(unsigned long number) {
 }
 void MDocumentWriter::Finish(bool durable) {
   m_writing->Finish(durable);
+}
+
+MDocumentTag MDocumentTag::FromReader(MSAXReader const& reader) {
+  auto const* const of_document = dynamic_cast<MDocumentReader const*>(&reader);
+  return of_document != nullptr ? of_document->GetTag() : MDocumentTag();
+}
+
+bool MDocumentTag::WriteTo(MSAXWriter& writer) const {
+  auto* const of_document = dynamic_cast<MDocumentWriter*>(&writer);
+  return document != nullptr && of_document != nullptr && of_document->CopyTag(*this);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/sax/MDocumentTag.h>
 #include <SliceData/platform/sax/MSAXWriter.h>
 
 #include <memory>
@@ -34,6 +35,11 @@ class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
   void WriteBinaryStream(char const* name, BinaryOutHolder** holder) override;
   bool WriteTextAttribute(char const* name, std::string const& value) override;
   void WriteTextValue(std::string const& text) override;
+
+  /// Writes a child of the root as it stands in another document; the format then has that one's version, if it is
+  /// newer. Cheap for one child after the other: the part of the last one is kept. False, with nothing done, inside a
+  /// tag.
+  bool CopyTag(MDocumentTag const& tag);
 
   /// Writes a tag with a number that is not known yet: `SetLateNumber` gives it before `Finish`. Once a document, among
   /// the first children of the root.
