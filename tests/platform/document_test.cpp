@@ -466,6 +466,16 @@ TEST_F(Document, AFileThatTakesMuchMemoryIsNotSmall) {
   WriteRaw(m_path, {{tree + "</Document>", "", ""}});
   EXPECT_GT(std::filesystem::file_size(m_path), tree.size());
   EXPECT_EQ(Read(m_path).children.size(), 500000u);
+
+  // What packs well, but is much in memory.
+  Node root;
+  Node& list = root.children.emplace_back(Node{"List", "", {}, {}, {}});
+  list.children.assign(100000, {"a", "", {}, {}, {}});
+  std::mt19937 random(1);
+  for (int i = 0; i < 20000; ++i) list.children.front().text += static_cast<char>('a' + random() % 26);
+  WriteFile(m_path, NodeElement(&root));
+  EXPECT_TRUE(Read(m_path) == root);
+  EXPECT_THAT(ReadError({{MDocument(m_path).ReadTree(0), "", ""}}), HasSubstr("one too many"));
 }
 
 TEST_F(Document, HostilePartsAreErrors) {

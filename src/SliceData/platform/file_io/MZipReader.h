@@ -33,6 +33,8 @@ class VELSDK_EXPORT MZipReader {
   MZipReader(MZipReader const& around, Entry const& entry, std::uint64_t offset, std::uint64_t size);
 
   std::string const& GetPath() const { return m_file.GetPath(); }
+  /// Of the archive, in bytes.
+  std::uint64_t GetSize() const { return static_cast<std::uint64_t>(m_file.GetSize()); }
   /// By name.
   std::vector<Entry> const& GetEntries() const { return m_entries; }
   /// Null if there is none.

@@ -37,7 +37,7 @@ MZipWriter::MZipWriter(MPendingFile& file)
 
 MZipWriter::~MZipWriter() = default;
 
-void MZipWriter::Add(std::string const& name, std::string_view content) {
+void MZipWriter::Add(std::string const& name, std::string_view content, std::uint64_t least_size) {
   assert(m_stored == nullptr);
   std::size_t const room = libdeflate_deflate_compress_bound(m_compressor.get(), content.size());
   char* const compressed = _Room(room);
@@ -49,7 +49,8 @@ void MZipWriter::Add(std::string const& name, std::string_view content) {
       libdeflate_deflate_compress(m_compressor.get(), content.data(), content.size(), compressed, room);
   assert(entry.compressed_size != 0);
   bool const is_stored = entry.size >= ZipFrame::kMax32 || entry.compressed_size >= ZipFrame::kMax32 ||
-                         !ZipFrame::IsRatioAllowed(entry.size, entry.compressed_size);
+                         !ZipFrame::IsRatioAllowed(entry.size, entry.compressed_size) ||
+                         static_cast<std::uint64_t>(m_file.TellSize()) + entry.compressed_size < least_size;
   if (is_stored) {
     StartStored(name);
     Write(content.data(), content.size());

@@ -26,7 +26,9 @@ class VELSDK_EXPORT MZipWriter {
   MZipWriter& operator=(MZipWriter const&) = delete;
 
   /// Adds an entry: deflated, unless it comes out so small that a reader would not believe it, or is 4 GiB and more.
-  void Add(std::string const& name, std::string_view content);
+  ///
+  /// \param least_size  of the file with this entry: if it would be less, the entry is not deflated
+  void Add(std::string const& name, std::string_view content, std::uint64_t least_size = 0);
 
   /// Begins a stored entry; `Write` appends to it until `EndStored`. Other entries have to wait.
   void StartStored(std::string const& name);

@@ -43,6 +43,8 @@ class VELSDK_EXPORT MDocument {
   explicit MDocument(MDocumentBytes const& bytes);
 
   std::string const& GetPath() const { return m_zip.GetPath(); }
+  /// Of the file, in bytes.
+  std::uint64_t GetSize() const { return m_zip.GetSize(); }
   /// What its writer has called it.
   std::string const& GetKind() const { return m_kind; }
   /// The second number of its format. A larger one than `kMinorVersion` may have more tags and attributes.

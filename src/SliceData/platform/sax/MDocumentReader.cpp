@@ -182,7 +182,10 @@ bool AssignName(std::string& name, char const* encoded) {
 class MDocumentReader::Reading {
  public:
   Reading(std::shared_ptr<MDocument const> document, MDocumentReader& reader)
-      : m_document(std::move(document)), m_reader(reader), m_stream(m_document) {}
+      : m_document(std::move(document)),
+        m_reader(reader),
+        m_stream(m_document),
+        m_most_elements(MDocumentText::kFreeElements + m_document->GetSize() / MDocumentText::kBytesOfElement) {}
 
   void ExpectRefusal(std::string const& path) {
     std::size_t const slash = path.find('/');
@@ -190,6 +193,7 @@ class MDocumentReader::Reading {
   }
 
   void Read(ISAXPersist& root) {
+    m_num_elements = 0;
     root.SetDefaults();
     _ReadRoot(root);
     root.InitAfterLoading();
@@ -198,6 +202,7 @@ class MDocumentReader::Reading {
 
   void ReadTag(unsigned long part, unsigned long ordinal, ISAXPersist& root) {
     OpenTags const open_tags(*this);
+    m_num_elements = 0;
     _Load(part);
     m_stream.Rewind();
     if (ordinal >= m_children.size()) {
@@ -235,6 +240,7 @@ class MDocumentReader::Reading {
   }
 
   void ReadSubObject(ISAXPersist& object) {
+    if (++m_num_elements > m_most_elements) _Fail(m_node, "is one too many for a file of this size");
     Frame& frame = m_frames[m_depth - 1];
     frame.handler = &object;
     frame.is_object = true;
@@ -336,6 +342,8 @@ class MDocumentReader::Reading {
     if (m_root && part == m_part) return;
     m_root = pugi::xml_node();
     m_stream.Rewind();
+    m_xml.reset();  // one part is in memory at a time
+    m_text = std::string();
     m_text = m_document->ReadTree(part);
     m_part = part;
     auto const result = m_xml.load_buffer_inplace(
@@ -470,6 +478,8 @@ class MDocumentReader::Reading {
   std::shared_ptr<MDocument const> m_document;
   MDocumentReader& m_reader;
   StreamIn m_stream;
+  std::uint64_t const m_most_elements;  ///< of one reading
+  std::uint64_t m_num_elements = 0;
   std::vector<std::pair<std::string, std::string>> m_expected_refusals;
   std::map<std::string, unsigned long> m_warnings;
 

@@ -61,6 +61,11 @@ VELSDK_EXPORT std::string TreeName(unsigned long part);
 VELSDK_EXPORT std::string StreamName(unsigned long part);
 constexpr char const* kContentsName = "contents.xml";
 
+/// A document has no more elements than its file warrants: these, and one more for so many bytes of the file. An
+/// element is a tag without a text and a binary value. In memory it takes much more than in a part that packs well.
+constexpr std::uint64_t kFreeElements = 65536;
+constexpr std::uint64_t kBytesOfElement = 2;
+
 constexpr std::size_t kPartTextGoal = std::size_t{4} << 20;
 constexpr std::size_t kPartTextLimit = std::size_t{8} << 20;
 constexpr std::size_t kPartStreamGoal = std::size_t{64} << 20;

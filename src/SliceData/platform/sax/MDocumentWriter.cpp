@@ -415,6 +415,7 @@ class MDocumentWriter::Writing {
   }
 
   void _EndCurrent() {
+    if (!m_open.back().has_text) ++m_num_elements;
     if (m_start_is_open) {
       if (!m_attributes.empty()) _WriteAttributes();
       m_text.Append("/>");
@@ -492,10 +493,11 @@ class MDocumentWriter::Writing {
     }
     if (m_part == 0) {
       m_first_text = m_text.GetText();
+      m_num_first_elements = std::exchange(m_num_elements, 0);
       m_first_heads = std::exchange(m_heads, {});
       m_first_has_stream = m_part_has_stream;
     } else {
-      m_zip.Add(MDocumentText::TreeName(m_part), m_text.GetText());
+      _AddTree(m_part, m_text.GetText());
       _AppendContents(m_later_contents, m_part, m_part_has_stream, m_heads);
       m_heads.clear();
     }
@@ -513,8 +515,16 @@ class MDocumentWriter::Writing {
       Head& late = m_first_heads[m_late_head];
       late.leaves = " " + late.tag + "=\"" + m_late_text + '"';
     }
-    m_zip.Add(MDocumentText::TreeName(0), m_first_text);
+    m_num_elements += m_num_first_elements;
+    _AddTree(0, m_first_text);
     _AppendContents(m_first_contents, 0, m_first_has_stream, m_first_heads);
+  }
+
+  /// `m_num_elements` counts those of all parts that are in the file, and of this one.
+  void _AddTree(unsigned long part, std::string_view text) {
+    std::uint64_t const num_paid =
+        std::max(m_num_elements, MDocumentText::kFreeElements) - MDocumentText::kFreeElements;
+    m_zip.Add(MDocumentText::TreeName(part), text, num_paid * MDocumentText::kBytesOfElement);
   }
 
   static void _AppendContents(std::string& contents, unsigned long part, bool has_stream,
@@ -539,6 +549,8 @@ class MDocumentWriter::Writing {
   unsigned long m_part = 0;
   bool m_part_has_stream = false;
   bool m_value_is_open = false;
+  std::uint64_t m_num_elements = 0;
+  std::uint64_t m_num_first_elements = 0;  ///< in the first part, which is written last
 
   TagNames m_names;
   std::vector<Level> m_open;     ///< the root is the first
