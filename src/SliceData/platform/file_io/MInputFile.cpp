@@ -24,6 +24,7 @@ class InputError : public std::system_error {
 /// \param advice  what to do, unless it is the system that lacks something
 [[noreturn]] void Throw(int error, std::string const& path, char const* what, char const* advice) {
   if (error == EMFILE || error == ENFILE) advice = "close other files, or raise the limit (ulimit -n)";
+  if (error == EIO) advice = "check the disk and try again";
   if (error == ENOMEM) advice = "close other programs and try again";
   throw InputError(error, path + ": " + what + ": " + std::generic_category().message(error) + "; " + advice);
 }
@@ -64,7 +65,7 @@ void MInputFile::Read(long long offset, void* buffer, std::size_t size) const {
   while (size != 0) {
     ssize_t const got = ::pread(m_descriptor, bytes, size, offset);
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) Throw(errno, m_path, "cannot be read", "check the disk and try again");
+    if (got < 0) Throw(errno, m_path, "cannot be read", "check the disk");
     if (got == 0) {
       throw InputError(EIO, m_path + ": has become shorter while it was read; try again when nobody writes to it");
     }

@@ -12,7 +12,9 @@
 /// Reads a document into elements, the whole or single children of its root. One part is in memory at a time.
 ///
 /// A tag that an element refuses is skipped with its children. Throws `MDocumentError` for what is wrong with the
-/// document, `std::system_error` if it cannot be read, and `std::bad_alloc`; what the elements throw passes through.
+/// document, `std::system_error` if it cannot be read, and `std::bad_alloc`; what the elements throw passes through. A
+/// document that asks for many more elements than its file has bytes is refused (`MDocumentText::kFreeElements`): tags
+/// with a text of their own are best taken by the element around them.
 class VELSDK_EXPORT MDocumentReader final : public MSAXReader {
  public:
   explicit MDocumentReader(std::shared_ptr<MDocument const> document);
