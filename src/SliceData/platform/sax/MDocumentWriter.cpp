@@ -297,6 +297,7 @@ class MDocumentWriter::Writing {
     TagCopy copy(*this);
     try {
       m_reader->ReadTag(tag, copy);
+      if (m_failure != nullptr) std::rethrow_exception(m_failure);
     } catch (std::logic_error const& error) {
       throw MDocumentError(tag.document->GetPath(), error.what());  // it holds what no document may hold
     }
