@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <system_error>
 
+#include "support/FailingAllocation.h"
 #include "support/Scratch.h"
 
 namespace {
@@ -143,6 +144,25 @@ TEST(TemporaryDirectory, APlaceWhereNothingCanBeMadeIsAnErrorThatNamesIt) {
   } catch (std::system_error const& error) {
     EXPECT_EQ(error.code().value(), EMFILE);
   }
+  EXPECT_THAT(NamesIn(place.GetPath()), IsEmpty());
+}
+
+TEST(TemporaryDirectory, WithoutMemoryNothingIsLeft) {
+  EmptyDirectory const place;
+  OtherProcess const dead([&] { TemporaryDirectory(place.GetPath()).GetTemporaryFilePath(); }, false);
+  std::size_t const num_descriptors = NamesIn("/proc/self/fd").size();
+  std::string file;
+  for (long successes = 0; file.empty(); ++successes) {
+    TemporaryDirectory const directory(place.GetPath());
+    try {
+      FailingAllocation const failing(successes);
+      file = directory.GetTemporaryFilePath();
+    } catch (std::bad_alloc const&) {
+      EXPECT_EQ(NamesIn("/proc/self/fd").size(), num_descriptors) << successes;
+      EXPECT_LE(NamesIn(place.GetPath()).size(), 1u) << successes << ", besides what the dead process left";
+    }
+  }
+  Remove(file);
   EXPECT_THAT(NamesIn(place.GetPath()), IsEmpty());
 }
 

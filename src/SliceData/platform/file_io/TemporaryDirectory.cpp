@@ -49,13 +49,13 @@ std::string RandomName() {
 class LockedDirectory {
  public:
   /// Fails quietly if `path` is no directory of this user or somebody holds its lock.
-  explicit LockedDirectory(std::string const& path)
-      : m_descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
+  explicit LockedDirectory(char const* path)
+      : m_descriptor(::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
     struct stat opened {};
     struct stat named {};
     bool const is_ours = m_descriptor >= 0 && ::flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 &&
                          ::fstat(m_descriptor, &opened) == 0 && opened.st_uid == ::geteuid() &&
-                         ::lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
+                         ::lstat(path, &named) == 0 && named.st_ino == opened.st_ino;
     int const error = errno;
     if (!is_ours) _Close();
     errno = error;
@@ -76,11 +76,13 @@ class LockedDirectory {
 };
 
 std::vector<std::string> NamesIn(std::string const& directory) {
+  struct Close {
+    void operator()(DIR* stream) const { ::closedir(stream); }
+  };
   std::vector<std::string> names;
-  if (DIR* const stream = ::opendir(directory.c_str())) {
-    while (dirent const* const entry = ::readdir(stream)) names.emplace_back(entry->d_name);
-    ::closedir(stream);
-  }
+  std::unique_ptr<DIR, Close> const stream(::opendir(directory.c_str()));
+  if (stream == nullptr) return names;
+  while (dirent const* const entry = ::readdir(stream.get())) names.emplace_back(entry->d_name);
   return names;
 }
 
@@ -89,7 +91,7 @@ void RemoveLeftovers(std::string const& parent) {
   for (std::string const& name : NamesIn(parent)) {
     if (name.rfind(kNamePrefix, 0) != 0) continue;
     std::string const path = parent + "/" + name;
-    LockedDirectory const directory(path);
+    LockedDirectory const directory(path.c_str());
     if (!directory) continue;
     for (std::string const& file : NamesIn(path)) ::unlinkat(directory.GetDescriptor(), file.c_str(), 0);
     ::rmdir(path.c_str());
@@ -131,7 +133,7 @@ struct ProcessDirectory {
       : path(directory_path),
         path_for_signal(path.c_str()),
         error(::mkdir(path.c_str(), 0700) == 0 ? 0 : errno),
-        lock(error == 0 ? path : std::string()) {}
+        lock(error == 0 ? path.c_str() : "") {}
 
   std::string const path;
   int const process = ::getpid();
@@ -140,9 +142,11 @@ struct ProcessDirectory {
   LockedDirectory const lock;
 };
 
+using ProcessDirectoryMap = std::map<std::string, std::unique_ptr<ProcessDirectory>>;
+
 /// The directories of this process by the directory they lie in.
-std::map<std::string, std::unique_ptr<ProcessDirectory>>& ProcessDirectories() {
-  static auto* const directories = new std::map<std::string, std::unique_ptr<ProcessDirectory>>;
+ProcessDirectoryMap& ProcessDirectories() {
+  static auto* const directories = new ProcessDirectoryMap;
   return *directories;
 }
 
@@ -179,6 +183,32 @@ ProcessDirectory& GetProcessDirectory(std::string const& parent) {
   Throw(EBUSY, parent, "cannot lock a directory for scratch files; choose a local file system");
 }
 
+/// Takes no memory.
+void RemoveIfEmpty(ProcessDirectoryMap::iterator directory) noexcept {
+  auto& directories = ProcessDirectories();
+  if (directory == directories.end() || directory->second == nullptr) return;
+  if (::rmdir(directory->second->path.c_str()) == 0 || errno == ENOENT) directories.erase(directory);
+}
+
+/// Makes an empty file and returns its path.
+std::string MakeFile(std::string const& parent) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    std::string path = GetProcessDirectory(parent).path + "/" + RandomName();  // not const: a copy could fail
+    int const descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor >= 0) {
+      ::close(descriptor);
+      return path;
+    }
+    int const error = errno;
+    if (error == ENOENT) {
+      ProcessDirectories().erase(parent);  // somebody removed it; a new one is made
+    } else if (error != EEXIST) {
+      Throw(error, path, "cannot create a scratch file; free space or descriptors, or choose another directory");
+    }
+  }
+  Throw(ENOENT, parent, "scratch files vanish as they are made; choose another directory");
+}
+
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory(std::string directory) : m_directory(std::move(directory)) {
@@ -190,22 +220,13 @@ TemporaryDirectory::TemporaryDirectory(std::string directory) : m_directory(std:
 }
 
 std::string TemporaryDirectory::GetTemporaryFilePath() const {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    std::string const path = GetProcessDirectory(m_directory).path + "/" + RandomName();
-    int const descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (descriptor >= 0) {
-      ::close(descriptor);
-      return path;
-    }
-    int const error = errno;
-    if (error == ENOENT) {
-      ProcessDirectories().erase(m_directory);  // somebody removed it; a new one is made
-    } else if (error != EEXIST) {
-      OnFileRemoved(path);
-      Throw(error, path, "cannot create a scratch file; free space or descriptors, or choose another directory");
-    }
+  ProcessDirectories();
+  try {
+    return MakeFile(m_directory);
+  } catch (...) {
+    RemoveIfEmpty(ProcessDirectories().find(m_directory));  // it may have been made for this file
+    throw;
   }
-  Throw(ENOENT, m_directory, "scratch files vanish as they are made; choose another directory");
 }
 
 void TemporaryDirectory::RemoveAllFromSignalHandler() noexcept {
@@ -241,7 +262,7 @@ void TemporaryDirectory::OnFileRemoved(std::string const& path) noexcept {
     if (directory->second == nullptr) continue;
     std::string const& own = directory->second->path;
     if (path.compare(0, own.size(), own) != 0 || path[own.size()] != '/') continue;
-    if (::rmdir(own.c_str()) == 0 || errno == ENOENT) directories.erase(directory);
+    RemoveIfEmpty(directory);
     return;
   }
 }

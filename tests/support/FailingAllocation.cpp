@@ -28,6 +28,15 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// With sanitizers the library's own would not come here.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+  try {
+    return operator new(size);
+  } catch (std::bad_alloc const&) {
+    return nullptr;
+  }
+}
+
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
