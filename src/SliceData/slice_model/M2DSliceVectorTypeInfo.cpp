@@ -1,6 +1,7 @@
 #include <SliceData/slice_model/M2DSliceVectorTypeInfo.h>
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -218,7 +219,13 @@ M2DSliceVectorTypeInfo::~M2DSliceVectorTypeInfo() = default;
 
 M2DSliceVectorTypeInfo::Registry& M2DSliceVectorTypeInfo::GetRegistry() {
   using Handler = RegistryLocalStaticThreadSafeHandler;
-  std::call_once(Handler::g_create, [] { Handler::gp_registry.reset(new Registry); });
+  static std::atomic<bool> is_created{false};
+  if (!is_created.load(std::memory_order_acquire)) {
+    // Made outside: an exception that passes through `call_once` ends the process if there is no memory to unwind it.
+    std::unique_ptr<Registry, Handler::Deleter> made(new Registry);
+    std::call_once(Handler::g_create, [&]() noexcept { Handler::gp_registry = std::move(made); });
+    is_created.store(true, std::memory_order_release);
+  }
   return *Handler::gp_registry;
 }
 
