@@ -124,7 +124,7 @@ TEST_F(Convert, WhatCannotBeReadOrWrittenIsOneLine) {
   Write("picture.cli", "\x89PNG\r\n\x1A\n and so on");
   std::filesystem::create_directory(GetWorkPath("folder.cli"));
   EXPECT_THAT(RunIntoTrouble({"info", "missing.cli"}), HasSubstr("missing.cli: there is no such file"));
-  EXPECT_THAT(RunIntoTrouble({"info", "two\nlines.cli"}), HasSubstr("two\\x0Alines.cli"));
+  EXPECT_THAT(RunIntoTrouble({"info", "two\nlines.cli"}), HasSubstr("two\\u{0A}lines.cli"));
   EXPECT_THAT(RunIntoTrouble({"info", "folder.cli"}), HasSubstr("directory"));
   EXPECT_THAT(RunIntoTrouble({"info", "nothing.cli"}), HasSubstr("nothing.cli"));
   EXPECT_THAT(RunIntoTrouble({"info", "picture.cli"}), HasSubstr("picture.cli"));

@@ -78,6 +78,16 @@ TEST_F(DatabaseOfSlices, GivesBackWhatWasPut) {
   EXPECT_FALSE(Exists("moved.slicestack"));
 }
 
+TEST_F(DatabaseOfSlices, NamesThatAreLongOrCannotBeSeenAreListedShortAndHarmless) {
+  Put("\xC3\xA9\xE2\x80\xAE" + std::string(1000, 'a') + "z\xF3\xA0\x81\x81", "1");
+  std::string const shown = "\xC3\xA9\\u{202E}" + std::string(19, 'a') + "..." + std::string(19, 'a') + "z\\u{E0041}";
+  EXPECT_EQ(RunSilently({"db", "list", "cache.slicedb"}), "id" + std::string(60, ' ') +
+                                                              "revision  thickness  type  slices  used positions\n" +
+                                                              shown + "  1         0.1 mm     -     3       1\n");
+  EXPECT_THAT(RunSilently({"db", "list", "cache.slicedb", "--json"}),
+              HasSubstr("\"\xC3\xA9\\u202E" + std::string(1000, 'a') + "z\\uDB40\\uDC41\""));
+}
+
 TEST_F(DatabaseOfSlices, FindsByKeyAndMovesToThePosition) {
   Put("a", "r", {"--at", "10,20,1", "--type", "T"});
   EXPECT_EQ(Find("a", "r"), "layers    3, z 0.1 to 0.3 mm, 0.1 mm thick\n  extent    x -3 to 11 mm, y -4 to 7 mm");

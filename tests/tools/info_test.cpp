@@ -79,8 +79,8 @@ TEST_F(Info, TextIsInMillimetresAndNamesLabelsAndTypes) {
 
 TEST_F(Info, TextFromTheFileCannotSteerTheTerminal) {
   std::string part = MakeSmallPart(1);
-  Write("part.cli", part.replace(part.find("bracket"), 7, "a\x1B[2J\xFF\xC2\x9B\xC3\xA9"));
-  EXPECT_THAT(RunSilently({"info", "part.cli"}), HasSubstr("a\\x1B[2J\\xFF\\xC2\\x9B\xC3\xA9\n"));
+  Write("part.cli", part.replace(part.find("bracket"), 7, "a\x1B[2J\xFF\xC2\x9B\xC3\xA9\xE2\x80\xAE\xF3\xA0\x81\x81"));
+  EXPECT_THAT(RunSilently({"info", "part.cli"}), HasSubstr("a\\u{1B}[2J\\xFF\\u{9B}\xC3\xA9\\u{202E}\\u{E0041}\n"));
 }
 
 }  // namespace

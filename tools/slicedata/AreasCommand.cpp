@@ -46,7 +46,7 @@ std::string MakeJson(Areas const& areas) {
 }
 
 std::string MakeText(std::string const& path, Areas const& areas) {
-  std::string text = path + "\n  " + Count(areas.size(), "area") + "\n";
+  std::string text = Printable(path) + "\n  " + Count(areas.size(), "area") + "\n";
   for (std::size_t i = 0; i < areas.size(); ++i) {
     text += "  " + std::to_string(i) + ": " + Count(areas[i].contours.size(), "contour") + " of " +
             Count(areas[i].layers.size(), "layer") + "\n";

@@ -1,5 +1,7 @@
 #include "Console.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -20,18 +22,51 @@ constexpr char kYellow[] = "\x1B[33m";
 constexpr char kPlain[] = "\x1B[0m";
 constexpr char kClearLine[] = "\r\x1B[K";
 
-/// 0, or what kept the text from being written.
-int WriteAll(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    auto const written = write(descriptor, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno != EINTR) {
-      return errno;
+/// Writes text in pieces, on a buffer of its own: what tells that memory has run out must not take any.
+class Writer {
+ public:
+  explicit Writer(int descriptor) : m_descriptor(descriptor) {}
+  ~Writer() { Flush(); }
+  Writer(Writer const&) = delete;
+  Writer& operator=(Writer const&) = delete;
+
+  void Put(std::string_view text) {
+    while (!text.empty()) {
+      if (m_size == m_buffer.size()) Flush();
+      std::size_t const size = std::min(text.size(), m_buffer.size() - m_size);
+      std::memcpy(m_buffer.data() + m_size, text.data(), size);
+      m_size += size;
+      text.remove_prefix(size);
     }
   }
-  return 0;
-}
+
+  /// See `Printable`.
+  void PutPrintable(std::string_view text) {
+    PrintableRoom room;
+    while (!text.empty()) Put(TakePrintable(text, room));
+  }
+
+  /// 0, or what kept some of the text from being written.
+  int Flush() {
+    for (char const* data = m_buffer.data(); m_size != 0 && m_error == 0;) {
+      auto const written = write(m_descriptor, data, m_size);
+      if (written >= 0) {
+        data += written;
+        m_size -= static_cast<std::size_t>(written);
+      } else if (errno != EINTR) {
+        m_error = errno;
+      }
+    }
+    m_size = 0;
+    return m_error;
+  }
+
+ private:
+  int m_descriptor;
+  int m_error = 0;
+  std::size_t m_size = 0;
+  std::array<char, 4096> m_buffer;
+};
 
 bool IsColored() {
   char const* const no_color = std::getenv("NO_COLOR");
@@ -50,10 +85,17 @@ std::string FitLine(std::string const& text) {
 }
 
 /// There is nobody to tell that standard error fails.
-void TellLine(char const* color, std::string const& text) {
-  std::string line = "slicedata:";
-  if (IsColored()) line = color + line + kPlain;
-  WriteAll(STDERR_FILENO, line + ' ' + Printable(text) + '\n');
+void TellLine(char const* color, std::string_view text, std::string_view advice) {
+  bool const is_colored = IsColored();
+  Writer writer(STDERR_FILENO);
+  if (is_colored) writer.Put(color);
+  writer.Put("slicedata:");
+  if (is_colored) writer.Put(kPlain);
+  writer.Put(" ");
+  writer.PutPrintable(text);
+  if (!advice.empty()) writer.Put("; ");
+  writer.PutPrintable(advice);
+  writer.Put("\n");
 }
 
 }  // namespace
@@ -65,21 +107,30 @@ void PrepareConsole() {
   }
 }
 
-void WriteOutput(std::string const& text) {
-  int const error = WriteAll(STDOUT_FILENO, text);
+void WriteOutput(std::string_view text) {
+  Writer writer(STDOUT_FILENO);
+  while (!text.empty()) {
+    std::size_t const end = std::min(text.find('\n'), text.size());
+    writer.PutPrintable(text.substr(0, end));
+    if (end != text.size()) writer.Put("\n");
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  int const error = writer.Flush();
   if (error != 0 && error != EPIPE) {
     throw Trouble("standard output", std::strerror(error), "send it to a place that can be written");
   }
 }
 
-void TellTrouble(std::string const& text) {
-  TellLine(kRed, text);
+void TellTrouble(std::string_view text, std::string_view advice) {
+  TellLine(kRed, text, advice);
 }
-void TellNote(std::string const& text) {
-  TellLine(kYellow, text);
+void TellNote(std::string_view text) {
+  TellLine(kYellow, text, "");
 }
-void ShowStatus(std::string const& text) {
-  WriteAll(STDERR_FILENO, kClearLine + FitLine(Printable(text)));
+void ShowStatus(std::string_view text) {
+  Writer writer(STDERR_FILENO);
+  writer.Put(kClearLine);
+  writer.Put(FitLine(Printable(text)));
 }
 bool IsErrorOutputTerminal() {
   return isatty(STDERR_FILENO) != 0;

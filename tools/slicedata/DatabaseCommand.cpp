@@ -323,22 +323,12 @@ std::string MakeJson(std::vector<ListedEntry> const& entries) {
 std::string MakeText(std::vector<ListedEntry> const& entries) {
   std::vector<std::vector<std::string>> rows = {{"id", "revision", "thickness", "type", "slices", "used positions"}};
   for (ListedEntry const& listed : entries) {
-    rows.push_back({Printable(listed.entry.m_id.m_global), Printable(listed.entry.m_id.m_revision),
-                    FormatLength(listed.entry.m_z_info.thickness) + " mm",
-                    listed.type != nullptr ? Printable(*listed.type) : "-",
+    rows.push_back({listed.entry.m_id.m_global, listed.entry.m_id.m_revision,
+                    FormatLength(listed.entry.m_z_info.thickness) + " mm", listed.type != nullptr ? *listed.type : "-",
                     listed.num_slices ? std::to_string(*listed.num_slices) : listed.num_slices_text,
                     std::to_string(listed.num_used_positions)});
   }
-  std::vector<std::size_t> widths(rows.front().size(), 0);
-  for (auto const& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-  }
-  std::string text;
-  for (auto& row : rows) {
-    for (std::size_t i = 0; i + 1 < row.size(); ++i) row[i].resize(widths[i], ' ');
-    text += Join(row, "  ") + '\n';
-  }
-  return text;
+  return MakeTable(rows, rows.front().size());
 }
 
 int RunList(ListOptions const& options) {

@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -132,10 +131,6 @@ std::string MakeJson(Summary const& summary) {
          '\n';
 }
 
-std::string Pad(std::string const& text, std::size_t width) {
-  return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
-}
-
 std::string DescribeRange(char const* axis, long from, long to) {
   return std::string(axis) + ' ' + FormatLength(from) + " to " + FormatLength(to) + " mm";
 }
@@ -161,15 +156,12 @@ std::string DescribeContours(Summary const& summary) {
 
 std::string DescribeTypes(std::map<std::string, TypeCount> const& types) {
   if (types.empty()) return "";
-  std::size_t width = 4;
-  for (auto const& [name, count] : types) width = std::max(width, Printable(name).size());
-  std::string text = "\n  type" + std::string(width - 4, ' ') + "    contours  hatch blocks  point blocks\n";
+  std::vector<std::vector<std::string>> rows = {{"  type", "  contours", "hatch blocks", "point blocks"}};
   for (auto const& [name, count] : types) {
-    std::string const printable = Printable(name);
-    text += "  " + printable + std::string(width - printable.size(), ' ') + Pad(std::to_string(count.contours), 12) +
-            Pad(std::to_string(count.vector_blocks), 14) + Pad(std::to_string(count.point_blocks), 14) + '\n';
+    rows.push_back({"  " + name, std::to_string(count.contours), std::to_string(count.vector_blocks),
+                    std::to_string(count.point_blocks)});
   }
-  return text;
+  return '\n' + MakeTable(rows, 1);
 }
 
 /// The texts among the properties of a source, such as labels.
@@ -179,9 +171,7 @@ std::string DescribeProperties(PersistentProperties const& properties) {
   for (auto const& property : properties.GetAll()) {
     auto const* const value = dynamic_cast<PersistentProperty<std::string> const*>(property.get());
     if (value == nullptr || value->IsDeleted()) continue;
-    std::string shown = Printable(value->GetValue());
-    if (shown.size() > kMostShown) shown = Printable(std::string_view(shown).substr(0, kMostShown)) + "...";
-    text += "  " + Printable(value->GetName()) + ": " + shown + '\n';
+    text += "  " + Shorten(value->GetName(), kMostShown) + ": " + Shorten(value->GetValue(), kMostShown) + '\n';
   }
   return text.empty() ? text : '\n' + text;
 }

@@ -19,8 +19,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// What a message can show of a text that may be anything.
 std::string Quote(std::string const& text) {
-  constexpr std::size_t kMost = 60;
-  return "'" + Printable(text.substr(0, kMost)) + (text.size() > kMost ? "..." : "") + "'";
+  return "'" + Shorten(text, 60) + "'";
 }
 
 }  // namespace

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <iterator>
 
 namespace Tool {
 
@@ -26,28 +29,49 @@ std::size_t Utf8Length(std::string_view text) {
   return wrong ? 0 : length;
 }
 
-std::string Hexadecimal(char byte) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  auto const value = static_cast<unsigned char>(byte);
-  return {kDigits[value >> 4], kDigits[value & 15]};
+/// The code point of a well-formed sequence.
+std::uint32_t Decode(std::string_view character) {
+  auto const byte = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
+  if (character.size() == 1) return byte(0);
+  std::uint32_t code = byte(0) & (0x7Fu >> character.size());
+  for (std::size_t i = 1; i < character.size(); ++i) code = code << 6 | (byte(i) & 0x3F);
+  return code;
 }
 
-bool IsControl(char byte) {
-  return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
+/// Takes the first character off a text that is not empty; false if it is a byte that is no UTF-8.
+bool TakeCharacter(std::string_view& text, std::string_view& character) {
+  std::size_t const length = Utf8Length(text);
+  character = text.substr(0, std::max<std::size_t>(length, 1));
+  text.remove_prefix(character.size());
+  return length != 0;
 }
 
-/// Calls `take_character` with every well-formed character and `take_byte` with every other byte.
-template <class TakeCharacter, class TakeByte>
-void ForEachCharacter(std::string_view text, TakeCharacter&& take_character, TakeByte&& take_byte) {
-  while (!text.empty()) {
-    std::size_t const length = Utf8Length(text);
-    if (length == 0) {
-      take_byte(text.front());
-    } else {
-      take_character(text.substr(0, length));
-    }
-    text.remove_prefix(std::max<std::size_t>(length, 1));
-  }
+/// True for what controls, cannot be seen or turns the direction of writing: controls, line ends and annotations, and
+/// what the Unicode Standard says not to show (Default_Ignorable_Code_Point).
+bool IsUnseen(std::uint32_t code) {
+  if (code < 0x7F) return code < 0x20;
+  struct Range {
+    std::uint32_t first, last;
+  };
+  constexpr Range kUnseen[] = {
+      {0x7F, 0x9F},     {0xAD, 0xAD},     {0x34F, 0x34F},   {0x61C, 0x61C},     {0x115F, 0x1160},   {0x17B4, 0x17B5},
+      {0x180B, 0x180F}, {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F},   {0x3164, 0x3164},   {0xFE00, 0xFE0F},
+      {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
+  return std::any_of(std::begin(kUnseen), std::end(kUnseen),
+                     [&](Range const& range) { return range.first <= code && code <= range.last; });
+}
+
+/// The number of characters of a text in UTF-8.
+std::size_t CountCharacters(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char byte) { return (byte & '\xC0') != '\x80'; }));
+}
+
+/// The position of a character in a text in UTF-8 that has more.
+std::size_t FindCharacter(std::string_view text, std::size_t number) {
+  std::size_t at = 0;
+  for (; number != 0; --number) at += Utf8Length(text.substr(at));
+  return at;
 }
 
 /// The number of insertions, deletions, replacements and exchanges of neighbours between two words.
@@ -72,41 +96,77 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::string_view TakePrintable(std::string_view& text, PrintableRoom& room) {
+  std::string_view character;
+  bool const is_well_formed = TakeCharacter(text, character);
+  auto const code = is_well_formed ? Decode(character) : static_cast<unsigned char>(character.front());
+  if (is_well_formed && !IsUnseen(code)) return character;
+  int const size = std::snprintf(room.data(), room.size(), is_well_formed ? "\\u{%02X}" : "\\x%02X", code);
+  return {room.data(), static_cast<std::size_t>(size)};
+}
+
 std::string Printable(std::string_view text) {
   std::string result;
-  auto const escape = [&](std::string_view bytes) {
-    for (char const byte : bytes) result += "\\x" + Hexadecimal(byte);
-  };
-  ForEachCharacter(
-      text,
-      [&](std::string_view character) {
-        bool const is_second_control_set = character.size() == 2 && character[0] == '\xC2' && character[1] < '\xA0';
-        if (IsControl(character[0]) || is_second_control_set) {
-          escape(character);
-        } else {
-          result += character;
-        }
-      },
-      [&](char byte) {
-        escape({&byte, 1});
-      });
+  PrintableRoom room;
+  while (!text.empty()) result += TakePrintable(text, room);
   return result;
+}
+
+std::string Shorten(std::string_view text, std::size_t width) {
+  constexpr std::string_view kOmission = "...";
+  std::string result = Printable(text);
+  std::size_t const length = CountCharacters(result);
+  if (length <= width) return result;
+  std::size_t const num_kept = width - kOmission.size();
+  std::size_t const begin = FindCharacter(result, num_kept / 2);
+  std::size_t const end = FindCharacter(result, length - (num_kept - num_kept / 2));
+  return result.replace(begin, end - begin, kOmission);
+}
+
+std::string MakeTable(std::vector<std::vector<std::string>> const& rows, std::size_t num_left) {
+  constexpr std::size_t kMaxWidth = 60;
+  std::vector<std::size_t> widths;
+  for (auto const& row : rows) {
+    widths.resize(row.size());
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      widths[i] = std::max(widths[i], std::min(kMaxWidth, CountCharacters(Printable(row[i]))));
+    }
+  }
+  std::string text;
+  for (auto const& row : rows) {
+    std::string line;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      std::string const cell = Shorten(row[i], kMaxWidth);
+      std::string const blanks(widths[i] - CountCharacters(cell), ' ');
+      line += (i == 0 ? "" : "  ") + (i < num_left ? cell + blanks : blanks + cell);
+    }
+    text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+  }
+  return text;
 }
 
 std::string JsonString(std::string_view text) {
   std::string result = "\"";
-  ForEachCharacter(
-      text,
-      [&](std::string_view character) {
-        char const first = character[0];
-        if (IsControl(first)) {
-          result += "\\u00" + Hexadecimal(first);
-        } else {
-          if (first == '"' || first == '\\') result += '\\';
-          result += character;
-        }
-      },
-      [&](char) { result += "\xEF\xBF\xBD"; });
+  for (std::string_view character; !text.empty();) {
+    if (!TakeCharacter(text, character)) {
+      result += "\xEF\xBF\xBD";
+    } else if (std::uint32_t const code = Decode(character); !IsUnseen(code)) {
+      if (code == '"' || code == '\\') result += '\\';
+      result += character;
+    } else {
+      auto const append_unit = [&](std::uint32_t unit) {
+        std::array<char, 16> escape{};
+        std::snprintf(escape.data(), escape.size(), "\\u%04X", unit);
+        result += escape.data();
+      };
+      if (code < 0x10000) {
+        append_unit(code);
+      } else {  // two surrogates
+        append_unit(0xD800 + ((code - 0x10000) >> 10));
+        append_unit(0xDC00 + (code & 0x3FF));
+      }
+    }
+  }
   return result + '"';
 }
 

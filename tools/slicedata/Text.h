@@ -1,16 +1,32 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Tool {
 
-/// Text from files and file names, fit for a terminal: control characters and bytes that are no UTF-8 become \xNN, so
-/// the result is one line and steers no terminal.
+/// Text from files and file names, fit for a terminal: one line that steers nothing and hides nothing. Characters that
+/// control, cannot be seen or turn the direction of writing become \u{N}, bytes that are no UTF-8 become \xNN.
 std::string Printable(std::string_view text);
 
-/// The text as a JSON string in quotes. Bytes that are no UTF-8 become U+FFFD.
+/// Room for the printable form of a character.
+using PrintableRoom = std::array<char, 12>;
+/// Takes the first character off a text that is not empty. Its printable form lies in the text or in `room`.
+std::string_view TakePrintable(std::string_view& text, PrintableRoom& room);
+
+/// The printable text; what is longer than `width` characters loses its middle.
+std::string Shorten(std::string_view text, std::size_t width);
+
+/// Rows of as many cells each, two blanks apart. The cells of a column are equally wide, and none is wider than 60
+/// characters: one long name would make every row long.
+/// \param num_left  of the columns that are aligned to the left; the others are to the right
+std::string MakeTable(std::vector<std::vector<std::string>> const& rows, std::size_t num_left);
+
+/// The text as a JSON string in quotes. What is not shown as it is by `Printable` becomes \uNNNN; bytes that are no
+/// UTF-8 become U+FFFD.
 std::string JsonString(std::string_view text);
 
 /// The JSON text of a command that lists objects under `name`, beside the version and the unit that all its JSON tells.

@@ -8,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
@@ -115,6 +116,24 @@ char const* GetAdvice(std::error_code const& code) {
   return "see to the cause and try again";
 }
 
+/// Tells the exception that is being handled. Takes no memory, which may be what has run out.
+void TellException() {
+  constexpr char kNoMemory[] = "not enough memory";
+  constexpr char kMemoryAdvice[] = "close other programs, or take fewer layers at a time by --layers";
+  try {
+    throw;
+  } catch (std::bad_alloc const&) {
+    Tool::TellTrouble(kNoMemory, kMemoryAdvice);
+  } catch (std::length_error const&) {
+    Tool::TellTrouble(kNoMemory, kMemoryAdvice);
+  } catch (std::system_error const& error) {
+    bool const has_advice = std::string_view(error.what()).find("; ") != std::string_view::npos;
+    Tool::TellTrouble(error.what(), has_advice ? "" : GetAdvice(error.code()));
+  } catch (std::exception const& error) {
+    Tool::TellTrouble(error.what());
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -122,21 +141,10 @@ int main(int argc, char** argv) {
   PrepareSignals();
   LimitMemory();
   AllowManyFiles();
-  auto const tell_lack_of_memory = [] {
-    Tool::TellTrouble("not enough memory; close other programs, or take fewer layers at a time by --layers");
-  };
   try {
     return Run(argc, argv);
-  } catch (std::bad_alloc const&) {
-    tell_lack_of_memory();
-  } catch (std::length_error const&) {
-    tell_lack_of_memory();
-  } catch (std::system_error const& error) {
-    std::string text = error.what();
-    if (text.find("; ") == std::string::npos) text += std::string("; ") + GetAdvice(error.code());
-    Tool::TellTrouble(text);
-  } catch (std::exception const& error) {
-    Tool::TellTrouble(error.what());
+  } catch (...) {
+    TellException();
   }
   return kExitTrouble;
 }
