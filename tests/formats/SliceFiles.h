@@ -89,9 +89,10 @@ inline std::string Describe(ISource2DSlices const& source) {
   return text;
 }
 
-inline std::string DescribeCli(std::string const& bytes, SliceFormats::FormatReport* report = nullptr) {
+inline std::string DescribeCli(std::string const& bytes, SliceFormats::FormatReport* report = nullptr,
+                               SliceFormats::Strictness strictness = SliceFormats::Strictness::Strict) {
   MemoryFile const file(bytes);
-  return Describe(SliceFormats::CliSource(file.GetPath(), report));
+  return Describe(SliceFormats::CliSource(file.GetPath(), report, strictness));
 }
 
 /// Composes the binary form.

@@ -10,6 +10,7 @@ namespace {
 using SliceFormats::CliSource;
 using SliceFormats::FormatError;
 using testing::AllOf;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -30,7 +31,7 @@ BinaryCli Binary() {
 std::string FindFault(std::string const& bytes) {
   MemoryFile const file(bytes);
   try {
-    CliSource const source(file.GetPath());
+    CliSource const source(file.GetPath(), nullptr, SliceFormats::Strictness::Lenient);
     Describe(source);
     source.GetXYArea();
     source.GetSliceThickness();
@@ -92,6 +93,19 @@ TEST(BrokenCli, NamesTheFileThatCannotBeRead) {
   EXPECT_THROW(CliSource("/no/such/file.cli"), std::system_error);
   EXPECT_THROW(CliSource("/"), std::system_error);
   EXPECT_THROW(CliSource("/dev/zero"), std::system_error);
+}
+
+TEST(BrokenCli, ThatMayBeCutShortIsReadOnlyLeniently) {
+  std::string const binary = BinaryCli(BinaryCli::Layout::Packed, "$$LAYERS/2\n").Short(128, {1}).Get();
+  std::string const ascii =
+      "$$HEADERSTART\n$$ASCII\n$$UNITS/1\n$$LAYERS/2\n$$HEADEREND\n$$GEOMETRYSTART\n$$LAYER/.01\n";
+  for (std::string const& bytes : {binary, ascii}) {
+    EXPECT_THROW(DescribeCli(bytes), FormatError);
+    SliceFormats::FormatReport report;
+    EXPECT_EQ(DescribeCli(bytes, &report, SliceFormats::Strictness::Lenient), "z 100\n");
+    EXPECT_THAT(report.GetNotes(), Contains(HasSubstr("tells of 2 layers, the file holds 1")));
+  }
+  EXPECT_EQ(DescribeCli(ascii + "$$GEOMETRYEND\n"), "z 100\n") << "it is whole, and its header wrong";
 }
 
 TEST(BrokenCli, LeavesTheCallersSliceAsItIs) {

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) std::abort();
   try {
     SliceFormats::FormatReport report;
-    SliceFormats::CliSource const source(path, &report);
+    SliceFormats::CliSource const source(path, &report, SliceFormats::Strictness::Lenient);
     M2DSliceXYArea area;
     unsigned long const num_slices = source.StartGettingSlices();
     for (unsigned long i = num_slices; i-- > 0;) area.Extend(source.GetSlice(i)->GetXYArea());

@@ -144,6 +144,23 @@ TEST_F(Usage, InputsThatCannotBeReadAreNamedAndNothingIsWritten) {
   }
 }
 
+TEST_F(Usage, AFileThatMayBeCutShortIsReadOnlyLeniently) {
+  Write("part.cli", MakeSmallPart(2));
+  std::string cut = MakeSmallPart(2);
+  cut.insert(cut.find("$$HEADEREND"), "$$LAYERS/3\n");
+  Write("cut.cli", cut.substr(0, cut.find("$$GEOMETRYEND")));
+  for (std::string const use : kUses) {
+    std::string const line = With(use, "IN", "cut.cli");
+    if (line.empty()) continue;
+    std::string const whole = With(line, "OUT", "out").empty() ? line : With(line, "OUT", "out");
+    ExpectTrouble(whole, "cut.cli: the header tells of 3 layers");
+    EXPECT_THAT(Run(Words(whole + " --lenient")).exit_code, 0) << whole;
+    for (std::string const& made : GetFiles()) {
+      if (made.substr(0, 3) == "out") std::filesystem::remove_all(GetWorkPath(made));
+    }
+  }
+}
+
 TEST_F(Usage, TargetsThatCannotBeWrittenAreNamedAndNothingIsWritten) {
   Write("part.cli", MakeSmallPart(2));
   RunSilently({"db", "put", "parts.slicedb", "part.cli", "--id", "a", "--revision", "1"});

@@ -75,6 +75,7 @@ int RunAreas(AreasOptions const& options) {
     InputOptions other;
     other.path = options.subtract;
     other.takes_one_layer = true;
+    other.strictness = options.input.strictness;
     other.selection.AddHeights(FormatLength(layer->GetZArea().GetZ()));
     Input const other_input(other);
     subtracted = ReadLayer(other_input, options.talk);

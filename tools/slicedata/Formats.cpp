@@ -19,10 +19,17 @@ namespace {
 
 using SliceFormats::CliForm;
 using SliceFormats::FormatReport;
+using SliceFormats::Strictness;
 
-template <class Source>
-std::unique_ptr<ISource2DSlices const> OpenSource(std::string const& path, FormatReport* report) {
-  return std::make_unique<Source>(path, report);
+std::unique_ptr<ISource2DSlices const> OpenCliSource(std::string const& path, FormatReport* report,
+                                                     Strictness strictness) {
+  return std::make_unique<SliceFormats::CliSource>(path, report, strictness);
+}
+
+/// A document that lacks anything is never read.
+std::unique_ptr<ISource2DSlices const> OpenStackDocumentSource(std::string const& path, FormatReport* report,
+                                                               Strictness) {
+  return std::make_unique<SliceFormats::StackDocumentSource>(path, report);
 }
 
 template <CliForm form>
@@ -54,10 +61,10 @@ std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin c
 }
 
 constexpr Format kFormats[] = {
-    {"cli", ".cli", OpenSource<SliceFormats::CliSource>, OpenCliTargetLikeOrigin, false},
+    {"cli", ".cli", OpenCliSource, OpenCliTargetLikeOrigin, false},
     {"cli-ascii", ".cli", nullptr, OpenCliTarget<CliForm::Ascii>, false},
     {"cli-binary", ".cli", nullptr, OpenCliTarget<CliForm::Binary>, false},
-    {"slicestack", ".slicestack", OpenSource<SliceFormats::StackDocumentSource>, OpenStackDocumentTarget, false},
+    {"slicestack", ".slicestack", OpenStackDocumentSource, OpenStackDocumentTarget, false},
     {"svg", ".svg", nullptr, OpenSvgTarget, true},
 };
 

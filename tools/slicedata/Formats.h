@@ -3,6 +3,7 @@
 #include <SliceData/slice_stack/ISource2DSlices.h>
 #include <SliceData/slice_stack/ITarget2DSlices.h>
 #include <SliceFormats/FormatReport.h>
+#include <SliceFormats/Strictness.h>
 
 #include <memory>
 #include <string>
@@ -27,7 +28,8 @@ struct PictureMarks {
 /// A kind of file that the program reads, writes or both.
 struct Format {
   using OpenSource = std::unique_ptr<ISource2DSlices const> (*)(std::string const& path,
-                                                                SliceFormats::FormatReport* report);
+                                                                SliceFormats::FormatReport* report,
+                                                                SliceFormats::Strictness strictness);
   using OpenTarget = std::unique_ptr<ITarget2DSlices> (*)(std::string const& path, Origin const& origin,
                                                           PictureMarks const& marks,
                                                           SliceFormats::FormatReport* report);

@@ -52,6 +52,7 @@ int RunMerge(MergeOptions const& options) {
     InputOptions whole;
     whole.path = part.path;
     whole.from = options.input.from;
+    whole.strictness = options.input.strictness;
     inputs.push_back(std::make_unique<Input>(whole));
     ISource2DSlices const& source = inputs.back()->GetSource();
     if (part.properties) {

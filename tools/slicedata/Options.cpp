@@ -71,6 +71,10 @@ void InputOptions::AddFormatTo(Command& command) {
                         "; a CLI file says itself whether it is ASCII or binary",
                     Into(from));
   command.SetChoices(GetReadFormatNames());
+  command.AddFlag("--lenient",
+                  "read a CLI file that holds another number of layers than its header tells, as one does that was cut "
+                  "short",
+                  [this] { strictness = SliceFormats::Strictness::Lenient; });
 }
 
 void InputOptions::AddReadingTo(Command& command) {

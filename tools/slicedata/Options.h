@@ -29,6 +29,7 @@ struct TalkOptions {
 struct InputOptions {
   std::string path;
   std::string from;  ///< name of a format, or empty
+  SliceFormats::Strictness strictness = SliceFormats::Strictness::Strict;
   LayerSelection selection;
   std::optional<e2DSliceStackCachingType> paging;  ///< the kind of stack to work over; none: slice by slice
   std::string scratch_dir;                         ///< where such a stack pages to, or empty
@@ -37,7 +38,7 @@ struct InputOptions {
   void AddTo(Command& command, std::string const& value_name);
   /// The same without the file, for a command that reads several.
   void AddReadingTo(Command& command);
-  /// The format alone.
+  /// The format, and how strictly it is taken.
   void AddFormatTo(Command& command);
   void AddSelectionTo(Command& command);
   /// For a command that looks at one layer: --layer or --z.

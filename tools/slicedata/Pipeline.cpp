@@ -96,7 +96,7 @@ Input::Input(InputOptions const& options)
     : m_name(options.path),
       m_title(std::filesystem::path(options.path).filename().string()),
       m_format(&FindFormat(options)),
-      m_file(NamingFile(m_name, [&] { return m_format->open_source(m_name, &m_report); })) {
+      m_file(NamingFile(m_name, [&] { return m_format->open_source(m_name, &m_report, options.strictness); })) {
   _Select(options);
 }
 

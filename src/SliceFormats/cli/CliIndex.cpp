@@ -40,7 +40,7 @@ class AsciiIndexer {
 
   CliIndex Build() {
     bool has_start = false;
-    bool has_end = false;
+    bool& has_end = m_index.has_end_mark;
     while (!has_end && _FindCommand()) {
       std::string const name = _ReadName();
       if (name == "LAYER") {
@@ -267,12 +267,16 @@ void CliIndex::Add(long z, long long begin, CliParameters const& in_force) {
 }
 
 CliIndex BuildCliIndex(CliFile const& file, CliHeader const& header, CliSkippedDirectives& skipped,
-                       FormatReport* report) {
+                       FormatReport* report, Strictness strictness) {
   CliIndex index = header.form == CliForm::Ascii ? AsciiIndexer(file, header, skipped, report).Build()
                                                  : BuildBinaryIndex(file, header);
-  if (report != nullptr && header.num_layers && *header.num_layers != static_cast<long>(index.parts.size())) {
-    report->Note("the header tells of " + std::to_string(*header.num_layers) + " layers, the file holds " +
-                 std::to_string(index.parts.size()));
+  if (header.num_layers && *header.num_layers != static_cast<long>(index.parts.size())) {
+    std::string const difference = "the header tells of " + std::to_string(*header.num_layers) +
+                                   " layers, the file holds " + std::to_string(index.parts.size());
+    if (!index.has_end_mark && strictness == Strictness::Strict) {
+      file.Fail(difference + " and may have been cut short; copy or export it again, or read it leniently");
+    }
+    if (report != nullptr) report->Note(difference);
   }
   auto const is_lower = [](CliIndex::Part const& a, CliIndex::Part const& b) { return a.z < b.z; };
   if (!std::is_sorted(index.parts.begin(), index.parts.end(), is_lower)) {

@@ -127,10 +127,10 @@ struct AreaFinder {
 }  // namespace
 
 struct CliSource::Reading {
-  Reading(std::string const& path, FormatReport* report) : file(path), skipped(report) {
+  Reading(std::string const& path, FormatReport* report, Strictness strictness) : file(path), skipped(report) {
     header = ReadCliHeader(file, skipped, report);
     file.SetIsText(header.form == CliForm::Ascii);
-    index = BuildCliIndex(file, header, skipped, report);
+    index = BuildCliIndex(file, header, skipped, report, strictness);
     for (std::size_t i = 0; i < index.parts.size(); ++i) {
       if (i == 0 || index.parts[i].z != index.parts[i - 1].z) slices.push_back(i);
     }
@@ -183,8 +183,8 @@ struct CliSource::Reading {
   RecordMaker vector_records{e2DSliceVectorType::Hatching};
 };
 
-CliSource::CliSource(std::string const& path, FormatReport* report)
-    : m_reading(std::make_unique<Reading>(path, report)) {}
+CliSource::CliSource(std::string const& path, FormatReport* report, Strictness strictness)
+    : m_reading(std::make_unique<Reading>(path, report, strictness)) {}
 
 CliSource::~CliSource() = default;
 

@@ -4,6 +4,7 @@
 #include <SliceFormats/FormatError.h>
 #include <SliceFormats/FormatReport.h>
 #include <SliceFormats/RandomAccessSource.h>
+#include <SliceFormats/Strictness.h>
 #include <SliceFormats/cli/CliForm.h>
 
 #include <memory>
@@ -26,13 +27,17 @@ namespace SliceFormats {
 /// Properties: one string "Label" ("id,text") for each label, one string "UserData" ("uid,length,data") for each piece
 /// of user data.
 ///
+/// Nothing marks the end of a binary file: one that was cut between two commands shows it by holding fewer layers than
+/// its header tells. It is refused unless it is read leniently, and so is an ASCII file that lacks its end as well.
+///
 /// What is wrong with the file is a `FormatError`: from the constructor if it concerns header and structure, from the
 /// getters if it concerns the coordinates of a layer. One that cannot be opened or read is a `std::system_error`. One
 /// thread at a time; several sources may read the same file.
 class VELSDK_EXPORT CliSource final : public RandomAccessSource {
  public:
   /// Opens and indexes the file at `path`. `report`, if given, receives what is skipped and outlives the source.
-  explicit CliSource(std::string const& path, FormatReport* report = nullptr);
+  explicit CliSource(std::string const& path, FormatReport* report = nullptr,
+                     Strictness strictness = Strictness::Strict);
   ~CliSource() override;
 
   CliForm GetForm() const;
