@@ -19,6 +19,11 @@ M2DSliceIOParameters& FileTarget::_OnGetSliceIOParameters() {
   return m_slice_io_parameters;
 }
 
+void FileTarget::Seal() const {
+  if (m_writing == nullptr) throw std::logic_error(m_path + ": not begun; call StartAddingSlices before Seal");
+  m_writing->Seal();
+}
+
 bool FileTarget::_OnStartAddingSlices() const {
   if (m_writing != nullptr) return false;
   m_writing = _Open(m_path, m_properties, m_report);

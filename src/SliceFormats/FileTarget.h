@@ -20,6 +20,10 @@ class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
   FileTarget(FileTarget const&) = delete;
   FileTarget& operator=(FileTarget const&) = delete;
 
+  /// Writes everything, after the last slice, so that `StopAddingSlices` only has to give the file its name. For who
+  /// writes several files and wants all or none.
+  void Seal() const;
+
  protected:
   /// `report`, if given, receives what the format cannot carry and outlives the target. Nothing is opened before
   /// `StartAddingSlices`.

@@ -14,9 +14,16 @@ void FileWriting::Add(M2DSlice const& slice) {
   m_is_whole = true;
 }
 
-void FileWriting::Finish() {
+void FileWriting::Seal() {
   _RequireWhole();
-  _Finish();
+  _Seal();
+  m_is_sealed = true;
+}
+
+void FileWriting::Finish() {
+  if (!m_is_sealed) Seal();
+  m_is_sealed = false;
+  _Commit();
 }
 
 long FileWriting::_TakeHeight(M2DSlice const& slice) {

@@ -21,13 +21,17 @@ class VELSDK_EXPORT FileWriting {
   FileWriting(FileWriting const&) = delete;
   FileWriting& operator=(FileWriting const&) = delete;
 
-  /// Both throw what goes wrong, and from then on `FormatError`: half a slice may be in the file.
+  /// These throw what goes wrong, and from then on `FormatError`: half a slice may be in the file.
   void Add(M2DSlice const& slice);
+  /// Writes what comes after the last slice, and brings the file to the disk.
+  void Seal();
+  /// Seals the file and gives it its name.
   void Finish();
 
  protected:
   virtual void _Add(M2DSlice const& slice) = 0;
-  virtual void _Finish() = 0;
+  virtual void _Seal() = 0;
+  virtual void _Commit() = 0;
 
   /// The height of a slice; for formats whose slices stand in ascending order. Throws `FormatError` for a slice without
   /// one, or below the slice that was asked about before.
@@ -54,6 +58,7 @@ class VELSDK_EXPORT FileWriting {
   FormatReport* m_report;
   std::optional<long> m_height;
   bool m_is_whole = true;
+  bool m_is_sealed = false;
 };
 
 }  // namespace SliceFormats

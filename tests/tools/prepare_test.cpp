@@ -275,6 +275,21 @@ TEST_F(Prepare, SplitsIntoFilesThatHoldTheLayersOfTheirPart) {
   EXPECT_THAT(GetFiles(), ElementsAre("file", "in.slicestack", "parts"));
 }
 
+TEST_F(Prepare, ADiskThatIsFullForOnePartKeepsNoPart) {
+  M2DSlice layer = MakeLayer(1000);
+  auto border = layer.GetBorderUpdate();
+  border->GetFirst()->GetVectorTypeInfo().SetIndex("IndexModel", 1);
+  M2DSliceContour& large = border->AddContour();
+  large.GetVectorTypeInfo().SetIndex("IndexModel", 2);
+  for (long i = 0; i < 8000; ++i) large.AddPoint(i, i * i % 1000);
+  WriteStack("in.slicestack", {layer});
+  Setting full;
+  full.file_size_limit = 50000;
+  EXPECT_THAT(RunIntoTrouble({"prepare", "in.slicestack", "-o", "parts", "--split", "model"}, full),
+              HasSubstr("parts/model-2.slicestack"));
+  EXPECT_THAT(GetFiles(), ElementsAre("in.slicestack"));
+}
+
 TEST_F(Prepare, ASignalRemovesTheFolderAndTheFilesInTheMaking) {
   std::vector<M2DSlice> layers;
   for (long z = 1; z <= 4000; ++z) layers.push_back(MakeLayer(1000 * z));

@@ -18,6 +18,7 @@ namespace Tool {
 namespace {
 
 using SliceFormats::CliForm;
+using SliceFormats::FileTarget;
 using SliceFormats::FormatReport;
 using SliceFormats::Strictness;
 
@@ -33,24 +34,24 @@ std::unique_ptr<ISource2DSlices const> OpenStackDocumentSource(std::string const
 }
 
 template <CliForm form>
-std::unique_ptr<ITarget2DSlices> OpenCliTarget(std::string const& path, Origin const&, PictureMarks const&,
-                                               FormatReport* report) {
+std::unique_ptr<FileTarget> OpenCliTarget(std::string const& path, Origin const&, PictureMarks const&,
+                                          FormatReport* report) {
   return std::make_unique<SliceFormats::CliTarget>(path, form, report);
 }
 
-std::unique_ptr<ITarget2DSlices> OpenCliTargetLikeOrigin(std::string const& path, Origin const& origin,
-                                                         PictureMarks const&, FormatReport* report) {
+std::unique_ptr<FileTarget> OpenCliTargetLikeOrigin(std::string const& path, Origin const& origin, PictureMarks const&,
+                                                    FormatReport* report) {
   auto const* const cli = dynamic_cast<SliceFormats::CliSource const*>(&origin.source);
   return std::make_unique<SliceFormats::CliTarget>(path, cli != nullptr ? cli->GetForm() : CliForm::Binary, report);
 }
 
-std::unique_ptr<ITarget2DSlices> OpenStackDocumentTarget(std::string const& path, Origin const&, PictureMarks const&,
-                                                         FormatReport* report) {
+std::unique_ptr<FileTarget> OpenStackDocumentTarget(std::string const& path, Origin const&, PictureMarks const&,
+                                                    FormatReport* report) {
   return std::make_unique<SliceFormats::StackDocumentTarget>(path, report);
 }
 
-std::unique_ptr<ITarget2DSlices> OpenSvgTarget(std::string const& path, Origin const& origin, PictureMarks const& marks,
-                                               FormatReport* report) {
+std::unique_ptr<FileTarget> OpenSvgTarget(std::string const& path, Origin const& origin, PictureMarks const& marks,
+                                          FormatReport* report) {
   SliceFormats::SvgOptions options;
   options.title = origin.title;
   options.first_layer = origin.first_layer;

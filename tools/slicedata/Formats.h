@@ -1,7 +1,7 @@
 #pragma once
 
 #include <SliceData/slice_stack/ISource2DSlices.h>
-#include <SliceData/slice_stack/ITarget2DSlices.h>
+#include <SliceFormats/FileTarget.h>
 #include <SliceFormats/FormatReport.h>
 #include <SliceFormats/Strictness.h>
 
@@ -30,9 +30,9 @@ struct Format {
   using OpenSource = std::unique_ptr<ISource2DSlices const> (*)(std::string const& path,
                                                                 SliceFormats::FormatReport* report,
                                                                 SliceFormats::Strictness strictness);
-  using OpenTarget = std::unique_ptr<ITarget2DSlices> (*)(std::string const& path, Origin const& origin,
-                                                          PictureMarks const& marks,
-                                                          SliceFormats::FormatReport* report);
+  using OpenTarget = std::unique_ptr<SliceFormats::FileTarget> (*)(std::string const& path, Origin const& origin,
+                                                                   PictureMarks const& marks,
+                                                                   SliceFormats::FormatReport* report);
 
   char const* name;
   char const* extension;   ///< with the dot; the first format of an extension is the one it stands for

@@ -29,8 +29,9 @@ class PartFiles {
   /// \param name  of the part, which becomes that of its file
   void Add(std::string const& name, M2DSlice& slice);
 
-  /// Finishes the files one after the other: if one fails, those before it are there. Throws `Trouble` if there is
-  /// none.
+  /// Writes all files before the first one has its name. If one cannot be given its name after that, those that have
+  /// theirs are removed again, but for files that were replaced: the error tells of them. Throws `Trouble` if there is
+  /// no file.
   void Finish();
   void Tell(TalkOptions const& talk) const;
 
@@ -40,13 +41,19 @@ class PartFiles {
  private:
   struct Part {
     Part(Input const& input, Format const& format, std::string const& path, OutputOptions const& options,
-         std::size_t num_layers_before)
-        : output(input, format, path, options), num_layers(num_layers_before) {}
+         std::size_t num_layers_before, bool replaces_file)
+        : output(input, format, path, options), num_layers(num_layers_before), replaces(replaces_file) {}
 
     Output output;
     std::size_t num_layers;  ///< that are in the file or come before it
+    bool replaces;           ///< a file, or a link, that was there
+    bool has_name = false;
   };
 
+  void _GiveNames();
+  /// Removes the files that have their names.
+  /// \return the number of those that stay, since they replaced others
+  std::size_t _TakeBack() noexcept;
   Part& _GetPart(std::string const& name);
 
   Input const& m_input;

@@ -203,6 +203,11 @@ void Output::Add(M2DSlice& slice) {
   _RefuseLosses();
 }
 
+void Output::Seal() {
+  _RefuseLosses();
+  m_target->Seal();
+}
+
 void Output::Finish() {
   _RefuseLosses();
   _RefuseIfFalse(m_target->StopAddingSlices());

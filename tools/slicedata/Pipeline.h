@@ -1,7 +1,6 @@
 #pragma once
 
 #include <SliceData/slice_stack/ISource2DSlices.h>
-#include <SliceData/slice_stack/ITarget2DSlices.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceFormats/FormatReport.h>
 
@@ -83,7 +82,10 @@ class Output {
 
   /// Appends a slice, whose content is gone afterwards. Under `strict`, throws `Trouble` if it cannot be kept whole.
   void Add(M2DSlice& slice);
+  /// Writes everything, so that `Finish` only has to give the file its name.
+  void Seal();
   void Finish();
+  std::string const& GetPath() const { return m_path; }
   /// Tells what was written, and what could not be kept.
   void Tell(TalkOptions const& talk) const;
 
@@ -96,7 +98,7 @@ class Output {
   std::string m_path;
   OutputOptions const& m_options;
   SliceFormats::FormatReport m_report;
-  std::unique_ptr<ITarget2DSlices> m_target;
+  std::unique_ptr<SliceFormats::FileTarget> m_target;
   unsigned long m_num_slices = 0;
 };
 

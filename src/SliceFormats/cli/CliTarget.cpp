@@ -304,12 +304,13 @@ class CliWriting final : public FileWriting {
     }
   }
 
-  void _Finish() override {
+  void _Seal() override {
     if (m_encoder == nullptr) _BeginGeometry(CliParameters());
     m_encoder->End();
     _CompleteHeader();
-    m_file.Commit();
+    m_file.Seal();
   }
+  void _Commit() override { m_file.Commit(); }
 
   void _Examine(M2DSliceContour const& contour) {
     _NoteIf(!contour.GetIsClosed() && contour.GetIsOuter(), "the outer flag of open contours was left out");

@@ -47,15 +47,16 @@ class StackDocumentWriting final : public FileWriting {
     MSaxM2DSlice(const_cast<M2DSlice*>(&slice), nullptr).Write(m_writer);
   }
 
-  void _Finish() override {
+  void _Seal() override {
     {
       PersistentProperties properties = m_properties;
       MSAXTagWriter const tag(m_writer, "Properties");
       PersistentPropertiesSax(&properties, false).Write(m_writer);
     }
     m_writer.SetLateNumber(m_num_slices);
-    m_writer.Finish();
+    m_writer.Seal();
   }
+  void _Commit() override { m_writer.Finish(); }
 
   /// Leaves what is paged out where it is, if it can.
   template <class Row>

@@ -245,14 +245,15 @@ class SvgDrawing final : public FileWriting {
     m_file.Write("</g>\n");
   }
 
-  void _Finish() override {
+  void _Seal() override {
     m_file.Write("</g>\n");
     Frame const frame = _GetFrame();
     _DrawBeside(frame);
     m_file.Write("</svg>\n");
     m_file.WriteAt(0, _GetHeader(frame));
-    m_file.Commit();
+    m_file.Seal();
   }
+  void _Commit() override { m_file.Commit(); }
 
   /// Contours of one type that follow each other make one path, so that holes stay free.
   void _DrawContours(M2DSliceContourLayer const& layer, std::string_view kind, unsigned long Entry::*count) {

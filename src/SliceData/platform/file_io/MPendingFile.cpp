@@ -152,9 +152,16 @@ void MPendingFile::WriteAt(long long offset, void const* data, std::size_t size)
   if (!WriteFully(m_descriptor, static_cast<char const*>(data), size, offset)) _Fail(errno, "cannot be written");
 }
 
-void MPendingFile::Commit(bool durable) {
+void MPendingFile::Seal(bool durable) {
+  if (m_is_sealed) return;
   _Flush();
   if (durable && ::fsync(m_descriptor) != 0) _Fail(errno, "cannot be brought to the disk");
+  m_is_sealed = true;
+}
+
+void MPendingFile::Commit(bool durable) {
+  Seal(durable);
+  std::string const directory_path = GetDirectory(m_final_path);  // takes memory, and nothing may after the renaming
   int const closed = ::close(std::exchange(m_descriptor, -1));
   int error = closed != 0 ? errno : 0;
   if (error == 0 && ::rename(m_temporary_path.get(), m_final_path.c_str()) != 0) error = errno;
@@ -165,12 +172,13 @@ void MPendingFile::Commit(bool durable) {
   _CloseAndForget();
   if (!durable) return;
 
-  int const directory = ::open(GetDirectory(m_final_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  int const directory = ::open(directory_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory < 0) return;  // a directory that may be written but not read: the name cannot be made safer
   error = ::fsync(directory) != 0 ? errno : 0;
   ::close(directory);
   if (error != 0 && error != EINVAL && error != ENOTSUP) {
-    Throw(error, m_path, "is written, but its name may not survive a power failure");
+    throw NameNotDurable(error, std::generic_category(),
+                         m_path + ": is written, but its name may not survive a power failure");
   }
 }
 

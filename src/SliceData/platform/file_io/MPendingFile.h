@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 /// An output file that appears under its name only when it is whole.
 ///
@@ -48,9 +49,18 @@ class VELSDK_EXPORT MPendingFile {
   /// The number of bytes appended so far.
   long long TellSize() const { return m_flushed + static_cast<long long>(m_buffered); }
 
-  /// Brings all bytes to the disk and gives the file its name, replacing the file that had it. Nothing may be written
-  /// afterwards. A file that need not survive a power failure is spared the wait for the disk with `durable` false.
+  /// Brings all bytes to the disk. Nothing may be written afterwards. Whoever commits several files seals all of them
+  /// first: then the disk has taken everything before the first one has its name. A file that need not survive a power
+  /// failure is spared the wait for the disk with `durable` false.
+  void Seal(bool durable = true);
+  /// Seals the file and gives it its name, replacing the file that had it.
   void Commit(bool durable = true);
+
+  /// Thrown by `Commit` when the file has its name and may lose it by a power failure.
+  class NameNotDurable : public std::system_error {
+   public:
+    using std::system_error::system_error;
+  };
 
   /// Removes the temporary files of all pending files of the process, 64 at most. For a signal handler, which ends the
   /// process afterwards: only then may the objects be left in the state they are in. Async-signal-safe.
@@ -70,5 +80,6 @@ class VELSDK_EXPORT MPendingFile {
   int m_descriptor = -1;
   int m_process;    ///< which made the file; one that was forked off does not remove it
   int m_slot = -1;  ///< of the temporary path in the signal handler's table; -1 without one
+  bool m_is_sealed = false;
   bool m_failed = false;
 };

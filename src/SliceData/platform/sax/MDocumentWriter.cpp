@@ -317,7 +317,8 @@ class MDocumentWriter::Writing {
 
   void SetLate(unsigned long number) { m_late_text = std::to_string(number); }
 
-  void Finish(bool durable) {
+  void Seal(bool durable) {
+    if (m_is_sealed) return;
     if (m_failure != nullptr) std::rethrow_exception(m_failure);
     if (m_open.size() != 1) throw std::logic_error("the document is finished inside a tag; end all tags first");
     if (m_value_is_open) throw std::logic_error("a binary value was begun and not written; write it into a tag first");
@@ -330,8 +331,11 @@ class MDocumentWriter::Writing {
                              std::to_string(m_minor_version) + "\" kind=\"" + m_kind + "\">";
     m_zip.Add(MDocumentText::kContentsName, head + m_first_contents + m_later_contents + "</Contents>");
     m_zip.Finish();
-    m_file.Commit(durable);
+    m_file.Seal(durable);
+    m_is_sealed = true;
   }
+
+  void Commit(bool durable) { m_file.Commit(durable); }
 
  private:
   /// Writes what it is told of tag by tag.
@@ -580,6 +584,7 @@ class MDocumentWriter::Writing {
   std::unique_ptr<MDocumentReader> m_reader;  ///< of that one
 
   std::exception_ptr m_failure;  ///< of an end tag
+  bool m_is_sealed = false;
 };
 
 MDocumentWriter::MDocumentWriter(std::string path, std::string const& kind)
@@ -624,8 +629,12 @@ void MDocumentWriter::WriteLateTag(char const* name) {
 void MDocumentWriter::SetLateNumber(unsigned long number) {
   m_writing->SetLate(number);
 }
+void MDocumentWriter::Seal(bool durable) {
+  m_writing->Seal(durable);
+}
 void MDocumentWriter::Finish(bool durable) {
-  m_writing->Finish(durable);
+  m_writing->Seal(durable);
+  m_writing->Commit(durable);
 }
 
 MDocumentTag MDocumentTag::FromReader(MSAXReader const& reader) {

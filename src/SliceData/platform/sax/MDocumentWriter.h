@@ -46,8 +46,9 @@ class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
   void WriteLateTag(char const* name);
   void SetLateNumber(unsigned long number);
 
-  /// Brings the document to the disk and gives it its name. Nothing may be written afterwards. `durable` as for
-  /// `MPendingFile::Commit`.
+  /// Ends the document and brings it to the disk; see `MPendingFile::Seal`. Nothing may be written afterwards.
+  void Seal(bool durable = true);
+  /// Seals the document and gives it its name.
   void Finish(bool durable = true);
 
  private:
