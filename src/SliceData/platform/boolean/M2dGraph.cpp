@@ -110,7 +110,7 @@ M2dGraphPoint* M2dGraph::GetPoint(long x, long y) {
       _ResizeSlots(2 * m_slots.size());
       slot = &_FindSlot(x32, y32);
     }
-    *slot = {x32, y32, &m_points.Emplace(x, y)};
+    *slot = {x32, y32, &m_points.Emplace(x32, y32)};
   }
   return slot->point;
 }

@@ -32,9 +32,9 @@ void M2dGraphPoint::_RemoveLine(M2dGraphLine const* line) noexcept {
   std::copy(found + 1, last, found);
   --m_num_lines;
   if (m_num_lines % 2 != 0 || _IsInPlace()) return;
-  if (m_num_lines == 2) {
+  if (m_num_lines == kInPlace) {
     M2dGraphLine** const array = m_lines.array;
-    std::copy_n(array, 2, m_lines.in_place);
+    std::copy_n(array, kInPlace, m_lines.in_place);
     std::free(array);
   } else {
     auto* const array = static_cast<M2dGraphLine**>(std::realloc(m_lines.array, m_num_lines * sizeof(M2dGraphLine*)));

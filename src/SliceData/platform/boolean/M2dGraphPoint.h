@@ -11,7 +11,7 @@ class M2dGraphLine;
 /// The lines are listed in the order in which they were added, if the graph keeps connectivity; at most 65535.
 class VELSDK_EXPORT M2dGraphPoint {
  public:
-  M2dGraphPoint(long x, long y) : m_x(x), m_y(y) {}
+  M2dGraphPoint(std::int32_t x, std::int32_t y) : m_x(x), m_y(y) {}
   ~M2dGraphPoint();
   M2dGraphPoint(M2dGraphPoint const&) = delete;
   M2dGraphPoint& operator=(M2dGraphPoint const&) = delete;
@@ -23,7 +23,7 @@ class VELSDK_EXPORT M2dGraphPoint {
   M2dGraphLine* const* begin() const { return _IsInPlace() ? m_lines.in_place : m_lines.array; }
   M2dGraphLine* const* end() const { return begin() + m_num_lines; }
 
-  /// Makes room for one more line, or for two where there is none. Throws `std::length_error` if 65535 lines meet here
+  /// Makes room for one more line at least. Throws `std::length_error` if 65535 lines meet here
   /// already, `std::bad_alloc` without memory; nothing has changed then.
   void _ReserveLine() {
     if (m_num_lines == m_capacity || m_num_lines == kMostLines) _Grow();
@@ -35,17 +35,18 @@ class VELSDK_EXPORT M2dGraphPoint {
 
  private:
   static constexpr std::uint16_t kMostLines = 65535;
+  static constexpr std::uint16_t kInPlace = 4;  ///< two contours that cross are the most that most points see
 
-  bool _IsInPlace() const { return m_capacity == 2; }
+  bool _IsInPlace() const { return m_capacity == kInPlace; }
   M2dGraphLine** _Lines() { return _IsInPlace() ? m_lines.in_place : m_lines.array; }
   void _Grow();
 
-  long m_x;
-  long m_y;
+  std::int32_t m_x;
+  std::int32_t m_y;
   union {
-    M2dGraphLine* in_place[2];  ///< most points join two lines
+    M2dGraphLine* in_place[kInPlace];
     M2dGraphLine** array;
   } m_lines = {};
   std::uint16_t m_num_lines = 0;
-  std::uint32_t m_capacity = 2;  ///< even
+  std::uint32_t m_capacity = kInPlace;  ///< even
 };
