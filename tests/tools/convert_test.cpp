@@ -113,9 +113,6 @@ TEST_F(Convert, AnExistingFileIsReplacedOnlyByForceAndOnlyWhenTheNewOneIsWhole) 
 
   RunSilently({"convert", "part.cli", "-o", "out.cli", "--force"});
   EXPECT_EQ(RunSilently({"info", "out.cli", "--json"}), RunSilently({"info", "part.cli", "--json"}));
-
-  RunSilently({"transform", "out.cli", "-o", "out.cli", "--force", "--translate", "1,0"});
-  EXPECT_THAT(RunSilently({"info", "out.cli"}), HasSubstr("x -2 to 12 mm"));
 }
 
 TEST_F(Convert, WhatCannotBeReadOrWrittenIsOneLine) {

@@ -176,6 +176,26 @@ TEST_F(Usage, TargetsThatCannotBeWrittenAreNamedAndNothingIsWritten) {
   }
 }
 
+TEST_F(Usage, AnOutputIsNoFileThatTheCommandReads) {
+  Write("part.cli", MakeSmallPart(2));
+  Write("table", "0,1\n10,1.01\n");
+  RunSilently({"db", "put", "parts.slicedb", "part.cli", "--id", "a", "--revision", "1"});
+  std::filesystem::create_symlink("part.cli", GetWorkPath("part.html"));
+  std::filesystem::create_hard_link(GetWorkPath("table"), GetWorkPath("same-table"));
+  std::filesystem::create_directory(GetWorkPath("folder"));
+  std::filesystem::create_symlink("../part.cli", GetWorkPath("folder/model-1.cli"));
+  for (std::string const line :
+       {"convert part.cli -o part.cli", "render part.cli --layer 0 --to svg -o part.cli", "view part.cli -o part.html",
+        "prepare part.html --from cli --orient -o part.cli", "prepare part.cli --split model -o folder",
+        "transform part.cli --z-scale table --to cli -o same-table", "merge folder/model-1.cli:Support -o part.cli",
+        "areas part.html --from cli --layer 0 --subtract folder/model-1.cli --to svg -o part.cli",
+        "db get parts.slicedb --id a --revision 1 --to cli -o ./parts.slicedb"}) {
+    EXPECT_THAT(RunIntoTrouble(Words(line + " --force")), HasSubstr("the command reads this file")) << line;
+  }
+  EXPECT_EQ(Read("part.cli"), MakeSmallPart(2));
+  EXPECT_THAT(RunSilently({"db", "list", "parts.slicedb"}), HasSubstr("\na "));
+}
+
 TEST_F(Usage, WordsThatMakeNoSenseAreOneLineWithAdvice) {
   Write("part.cli", MakeSmallPart(1));
   auto const expect = [&](Arguments const& arguments, std::string const& line) {

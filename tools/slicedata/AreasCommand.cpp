@@ -67,7 +67,7 @@ void FillWithAreas(M2DSliceContourLayer& border, Areas const& areas) {
 
 int RunAreas(AreasOptions const& options) {
   bool const draws = !options.output.path.empty();
-  Format const* const format = draws ? &CheckOutput(options.output) : nullptr;
+  Format const* const format = draws ? &CheckOutput(options.output, {options.input.path, options.subtract}) : nullptr;
   Input const input(options.input);
   auto const layer = ReadLayer(input, options.talk);
   std::unique_ptr<M2DSlice> subtracted;

@@ -14,7 +14,7 @@ struct ConvertOptions {
 };
 
 int RunConvert(ConvertOptions const& options) {
-  Format const& format = CheckOutput(options.output);
+  Format const& format = CheckOutput(options.output, {options.input.path});
   Input const input(options.input);
   WriteSlices(input, format, options.output, options.talk);
   return 0;

@@ -226,7 +226,7 @@ void RefusePointsAndAreas(std::string const& database, CachedSliceStack const& e
 }
 
 int RunGet(GetOptions const& options) {
-  Format const& format = CheckOutput(options.output);
+  Format const& format = CheckOutput(options.output, {options.database});
   Database database(options.database, Database::Use::Read);
   CachedSliceStack* const entry = database.GetStacks().GetSuitedCachedStack(RequestSelector(options.key));
   if (entry == nullptr || entry->m_data.empty()) {

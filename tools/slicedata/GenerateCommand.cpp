@@ -19,7 +19,7 @@ struct GenerateOptions {
 };
 
 int RunGenerateLattice(GenerateOptions const& options) {
-  Format const& format = CheckOutput(options.output);
+  Format const& format = CheckOutput(options.output, {});
   Input const input(InputOptions(), "lattice", std::make_unique<SliceFormats::LatticeSource>(options.lattice));
   WriteSlices(input, format, options.output, options.talk);
   return 0;

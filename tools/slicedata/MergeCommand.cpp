@@ -45,7 +45,9 @@ Part ParsePart(std::string const& word) {
 }
 
 int RunMerge(MergeOptions const& options) {
-  Format const& format = CheckOutput(options.output);
+  std::vector<std::string> paths;
+  for (Part const& part : options.parts) paths.push_back(part.path);
+  Format const& format = CheckOutput(options.output, paths);
   std::vector<std::unique_ptr<Input>> inputs;
   std::vector<std::unique_ptr<ISource2DSlices const>> sources;
   for (Part const& part : options.parts) {

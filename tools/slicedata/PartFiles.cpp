@@ -116,7 +116,7 @@ PartFiles::Part& PartFiles::_GetPart(std::string const& name) {
   auto part = m_parts.find(name);
   if (part == m_parts.end()) {
     auto const path = (std::filesystem::path(m_options.path) / (name + m_format.extension)).string();
-    CheckOutputPath(path, m_options);
+    CheckOutputPath(path, {m_input.GetName()}, m_options);
     bool const replaces = std::filesystem::exists(std::filesystem::symlink_status(path));
     part = m_parts.try_emplace(name, m_input, m_format, path, m_options, m_layers.size() - 1, replaces).first;
   }

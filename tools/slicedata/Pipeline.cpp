@@ -232,20 +232,26 @@ void Output::_RefuseLosses() const {
   RefuseLosses(m_path, m_report);
 }
 
-void CheckOutputPath(std::string const& path, OutputOptions const& options) {
+void CheckOutputPath(std::string const& path, std::vector<std::string> const& inputs, OutputOptions const& options) {
   std::error_code ignored;
   auto const status = std::filesystem::status(path, ignored);
   if (!std::filesystem::exists(status)) return;
   if (!std::filesystem::is_regular_file(status)) {
     throw Trouble(path, "it is no regular file", "name a file to be written");
   }
+  for (std::string const& input : inputs) {
+    if (std::filesystem::equivalent(path, input, ignored)) {
+      throw Trouble(path, "the command reads this file" + (input == path ? "" : ", as " + input),
+                    "name another file to be written");
+    }
+  }
   if (!options.force) throw Trouble(path, "it is there already", "name another file, or give --force to replace it");
 }
 
-Format const& CheckOutput(OutputOptions const& options) {
+Format const& CheckOutput(OutputOptions const& options, std::vector<std::string> const& inputs) {
   Format const& format =
       options.shows_only ? FindPictureFormat(options.path, options.to) : FindWriteFormat(options.path, options.to);
-  CheckOutputPath(options.path, options);
+  CheckOutputPath(options.path, inputs, options);
   return format;
 }
 

@@ -102,13 +102,15 @@ class Output {
   unsigned long m_num_slices = 0;
 };
 
-/// Throws `Trouble` for a path that must not be written to: of what is no file, or of a file that is there, unless
-/// `force` lets it be replaced.
-void CheckOutputPath(std::string const& path, OutputOptions const& options);
+/// Throws `Trouble` for a path that must not be written to: of what is no file, of a file that the command reads, or of
+/// any other that is there, unless `force` lets it be replaced.
+/// \param inputs  all files that the command reads
+void CheckOutputPath(std::string const& path, std::vector<std::string> const& inputs, OutputOptions const& options);
 
 /// The checks of an output that need no input yet, so that a command fails before it has worked.
+/// \param inputs  as above
 /// \return the format to write
-Format const& CheckOutput(OutputOptions const& options);
+Format const& CheckOutput(OutputOptions const& options, std::vector<std::string> const& inputs);
 
 /// Streams the slices of the input into a file, one in memory, each through `change` if given, and tells about it.
 /// \param format  what to write, from `CheckOutput`

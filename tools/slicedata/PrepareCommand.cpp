@@ -142,7 +142,7 @@ int RunPrepare(PrepareOptions const& options) {
   if (options.steps.empty() && !divides) {
     throw Trouble("prepare", "there is nothing to do", "give one of its operations, or use 'slicedata convert'");
   }
-  Format const* const format = divides ? nullptr : &CheckOutput(options.output);
+  Format const* const format = divides ? nullptr : &CheckOutput(options.output, {options.input.path});
   Input const input(options.input);
   if (options.talk.verbose && !options.talk.quiet) TellSteps(options);
   if (divides) {

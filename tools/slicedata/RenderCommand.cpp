@@ -15,7 +15,7 @@ struct RenderOptions {
 };
 
 int RunRender(RenderOptions const& options) {
-  Format const& format = CheckOutput(options.output);
+  Format const& format = CheckOutput(options.output, {options.input.path});
   Input const input(options.input);
   WriteSlices(input, format, options.output, options.talk);
   return 0;

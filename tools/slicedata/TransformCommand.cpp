@@ -61,6 +61,7 @@ struct MappingOptions {
   TalkOptions talk;
   std::vector<Step> steps;
   std::vector<ZStep> z_steps;
+  std::vector<std::string> tables;                               ///< the files of the steps
   std::vector<std::shared_ptr<TransformationRescale>> rescales;  ///< among the steps; they wait for the platform
   std::optional<Platform> platform;
   TransformOptions refinement;
@@ -132,7 +133,7 @@ void RefuseIfTooFar(double length) {
   throw Trouble("", FormatNumber(length / static_cast<double>(MUnit::GetIE())) + " mm is too far", "stay within 214 m");
 }
 
-Step ReadDistortion(std::string const& path) {
+void AddDistortion(MappingOptions& options, std::string const& path) {
   DistortionTable<double> table;
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   double min_x = kInfinity;
@@ -154,7 +155,7 @@ Step ReadDistortion(std::string const& path) {
   }
   auto mapping = std::make_shared<TransformationDistortion>();
   mapping->SetLookupTable(std::move(table));
-  return {"distort by " + path, std::move(mapping)};
+  options.steps.push_back({"distort by " + path, std::move(mapping)});
 }
 
 /// A table of factors over a length in mm, which becomes internal units.
@@ -175,16 +176,18 @@ RescaleLookupTable<Key, double> ReadFactors(std::string const& path, std::string
   return factors;
 }
 
-std::shared_ptr<TransformationRescale> ReadRescale(std::string const& path) {
+void AddRescale(MappingOptions& options, std::string const& path) {
   auto mapping = std::make_shared<TransformationRescale>();
   mapping->SetLookupTable(ReadFactors<double>(path, "10,1.001 (mm from the nearest edge, factor)"));
-  return mapping;
+  options.rescales.push_back(mapping);
+  options.steps.push_back({"rescale by " + path, std::move(mapping)});
 }
 
-M2DSliceZScale ReadZScale(std::string const& path) {
+void AddZScale(MappingOptions& options, std::string const& path) {
   M2DSliceZScale scale;
   scale.SetLookupTable(ReadFactors<long>(path, "10,1.001 (height in mm, factor)"));
-  return scale;
+  options.z_steps.push_back({"scale heights by " + path, std::move(scale)});
+  options.output.keeps_thickness = false;
 }
 
 Platform ParsePlatform(std::string const& value) {
@@ -286,7 +289,9 @@ int RunTransform(MappingOptions const& options) {
     throw Trouble("transform", "--rescale and --platform need each other", "give both, or none");
   }
   for (auto const& rescale : options.rescales) rescale->SetPlatformCoordinates(*options.platform);
-  Format const& format = CheckOutput(options.output);
+  std::vector<std::string> inputs = options.tables;
+  inputs.push_back(options.input.path);
+  Format const& format = CheckOutput(options.output, inputs);
   Input const input(options.input);
   if (options.talk.verbose && !options.talk.quiet) {
     for (Step const& step : options.steps) TellNote(options.input.path + ": " + step.description);
@@ -320,30 +325,28 @@ void AddTransformCommand(Command& program) {
       "x' = A x + B y + TX and y' = C x + D y + TY; TX and TY are lengths. After a mirror, closed contours are turned "
       "round, so that outer ones stay counter-clockwise",
       ParseMatrix);
-  add_step("--distortion", "FILE",
-           "map by a table of samples on a grid, with straight interpolation between them. A line of the file is "
-           "x, y, and the x and y that replace them, in steps of 0.0001 mm and with commas",
-           ReadDistortion);
-  command.AddOption(
-      "--rescale", "FILE",
-      "scale about the middle of the platform, by a factor for the distance from its nearest edge. A line of the file "
-      "is a distance in mm and a factor",
-      [options](std::string const& value) {
-        auto const rescale = ReadRescale(value);
-        options->rescales.push_back(rescale);
-        options->steps.push_back({"rescale by " + value, rescale});
-      },
-      Occurs::AnyNumber);
+  auto const add_table = [&](std::string const& name, std::string const& help,
+                             void (*read)(MappingOptions&, std::string const&)) {
+    command.AddOption(
+        name, "FILE", help,
+        [=](std::string const& path) {
+          read(*options, path);
+          options->tables.push_back(path);
+        },
+        Occurs::AnyNumber);
+  };
+  add_table("--distortion",
+            "map by a table of samples on a grid, with straight interpolation between them. A line of the file is "
+            "x, y, and the x and y that replace them, in steps of 0.0001 mm and with commas",
+            AddDistortion);
+  add_table("--rescale",
+            "scale about the middle of the platform, by a factor for the distance from its nearest edge. A line of the "
+            "file is a distance in mm and a factor",
+            AddRescale);
   command.AddOption("--platform", "LEFT,TOP,RIGHT,BOTTOM", "the edges of the platform, for --rescale",
                     [options](std::string const& value) { options->platform = ParsePlatform(value); });
-  command.AddOption(
-      "--z-scale", "FILE",
-      "scale heights, by a factor for the height. A line of the file is a height in mm and a factor",
-      [options](std::string const& value) {
-        options->z_steps.push_back({"scale heights by " + value, ReadZScale(value)});
-        options->output.keeps_thickness = false;
-      },
-      Occurs::AnyNumber);
+  add_table("--z-scale", "scale heights, by a factor for the height. A line of the file is a height in mm and a factor",
+            AddZScale);
   command.BeginGroup("Refinement");
   command.AddOption("--max-deviation", "LENGTH",
                     "split a segment whose image is off the straight line by this length or more, unless it is shorter "

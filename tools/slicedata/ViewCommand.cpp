@@ -181,7 +181,7 @@ int RunView(ViewOptions const& options) {
   if (std::filesystem::path(path).extension() != ".html") {
     throw Trouble(path, "its name is not that of a page", "name it .html");
   }
-  CheckOutputPath(path, options.output);
+  CheckOutputPath(path, {options.input.path}, options.output);
   if (options.input.path.empty()) {
     WriteEmptyPage(options);
   } else {
