@@ -26,7 +26,7 @@ void FileTarget::Seal() const {
 
 bool FileTarget::_OnStartAddingSlices() const {
   if (m_writing != nullptr) return false;
-  m_writing = _Open(m_path, m_properties, m_report);
+  m_writing = _Open(m_path, m_existing, m_properties, m_report);
   return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/slice_stack/ITarget2DSlices.h>
 #include <SliceFormats/FileWriting.h>
 #include <SliceFormats/FormatReport.h>
@@ -20,6 +21,10 @@ class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
   FileTarget(FileTarget const&) = delete;
   FileTarget& operator=(FileTarget const&) = delete;
 
+  /// What becomes of a file that has the name already, or takes it meanwhile; to be called before `StartAddingSlices`.
+  /// Without it such a file is replaced. A file that is kept makes start or stop throw `std::errc::file_exists`.
+  void SetExisting(MPendingFile::Existing existing) { m_existing = existing; }
+
   /// Writes everything, after the last slice, so that `StopAddingSlices` only has to give the file its name. For who
   /// writes several files and wants all or none.
   void Seal() const;
@@ -30,8 +35,8 @@ class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
   FileTarget(std::string path, FormatReport* report);
 
   /// Opens the file. The reference to the properties stays valid and shows what is set later, too.
-  virtual std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
-                                             FormatReport* report) const = 0;
+  virtual std::unique_ptr<FileWriting> _Open(std::string const& path, MPendingFile::Existing existing,
+                                             PersistentProperties const& properties, FormatReport* report) const = 0;
 
   PersistentProperties& _OnGetProperties() final;
   MSliceFileParameters& _OnGetSliceParameters() final;
@@ -43,6 +48,7 @@ class VELSDK_EXPORT FileTarget : public ITarget2DSlices {
 
  private:
   std::string m_path;
+  MPendingFile::Existing m_existing = MPendingFile::Existing::Replace;
   FormatReport* m_report;
   PersistentProperties m_properties;
   MSliceFileParameters m_slice_parameters;

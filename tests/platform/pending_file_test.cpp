@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
+#include <set>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,11 +17,13 @@
 #include <unistd.h>
 #include <vector>
 
+#include "platform/SystemCalls.h"
+#include "support/OtherProcess.h"
+
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
@@ -109,14 +112,20 @@ TEST_F(PendingFile, HasOrdinaryPermissionsOrThoseOfTheFileItReplacesAndFollowsAL
   EXPECT_TRUE(std::filesystem::is_symlink(link));
   EXPECT_EQ(Read(m_path), "new");
   EXPECT_EQ(get_permissions(), 0606u);
+
+  std::filesystem::remove(m_path);
+  write(link, "where nothing was");
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(Read(m_path), "where nothing was");
 }
 
 TEST_F(PendingFile, RefusesWhatIsNoPlaceForAFile) {
-  for (std::string const& path : {m_directory, m_directory + "/none/out", m_directory + "/", std::string("/dev/null"),
-                                  std::string(), m_directory + "/.."}) {
+  std::filesystem::create_symlink("loop", m_directory + "/loop");
+  for (std::string const& path : {m_directory, m_directory + "/loop", m_directory + "/none/out", m_directory + "/",
+                                  std::string("/dev/null"), std::string(), m_directory + "/.."}) {
     EXPECT_THROW(MPendingFile{path}, std::system_error) << path;
   }
-  EXPECT_THAT(List(), IsEmpty());
+  EXPECT_THAT(List(), ElementsAre("loop"));
 }
 
 TEST_F(PendingFile, CannotBeFinishedOnceTheDiskWasFull) {
@@ -167,11 +176,70 @@ TEST_F(PendingFile, IsRemovedByASignalHandler) {
     EXPECT_THAT(List(), ElementsAre("out"));
     EXPECT_THROW(removed.Commit(), std::system_error);
   }
-  // The table has room for 64 files at a time; the others work all the same.
-  for (int round = 0; round < 3; ++round) {
-    std::vector<std::unique_ptr<MPendingFile>> files;
-    for (int i = 0; i < 70; ++i) files.push_back(std::make_unique<MPendingFile>(m_directory + "/many"));
+}
+
+TEST_F(PendingFile, KeepsWhatTookItsNameInWhateverWayTheFileSystemKnows) {
+  auto const expect_refusal = [&](auto const& function) {
+    try {
+      function();
+      ADD_FAILURE() << "the name is taken";
+    } catch (std::system_error const& error) {
+      EXPECT_EQ(error.code(), std::errc::file_exists);
+      EXPECT_THAT(error.what(), HasSubstr(m_path));
+    }
+  };
+  for (auto const& missing : std::vector<std::set<std::string>>{{}, {"renameat2"}, {"renameat2", "link"}}) {
+    SystemCalls const without([&](std::string const& name) { return missing.count(name) != 0 ? EINVAL : 0; });
+    {
+      MPendingFile first(m_path, MPendingFile::Existing::Keep);
+      MPendingFile second(m_path, MPendingFile::Existing::Keep);
+      first.Write("first");
+      first.Commit();
+      expect_refusal([&] { second.Commit(); });
+      expect_refusal([&] { MPendingFile const third(m_path, MPendingFile::Existing::Keep); });
+    }
+    EXPECT_EQ(Read(m_path), "first");
+    EXPECT_THAT(List(), ElementsAre("out"));
+    std::filesystem::remove(m_path);
   }
+}
+
+TEST_F(PendingFile, RemovesWhatDeadWritersLeftAndNothingElse) {
+  struct Case {
+    char const* name;
+    int error_of_flock;  ///< for the other writer
+    bool lives;
+    unsigned num_left;
+  };
+  for (auto const& [name, error_of_flock, lives, num_left] :
+       {Case{"dead", 0, false, 0}, Case{"living", 0, true, 1}, Case{"living without locks", ENOLCK, true, 1}}) {
+    std::string const directory = m_directory + "/" + name;
+    std::filesystem::create_directory(directory);
+    std::ofstream(directory + "/.pending-by-others") << "bytes";
+    testing_support::OtherProcess const other(
+        [&, error = error_of_flock] {
+          SystemCalls const locks([error](std::string const&) { return error; });
+          new MPendingFile(directory + "/out");
+        },
+        lives);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 2) << name;
+    MPendingFile(directory + "/another").Commit();
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 2 + num_left) << name;
+  }
+}
+
+TEST_F(PendingFile, IsMadeAnewIfItIsTakenForALeftoverBeforeItIsLocked) {
+  int num_calls = 0;
+  SystemCalls const others([&](std::string const& name) {
+    if (name != "flock" || ++num_calls > 2) return 0;
+    for (auto const& file : List()) std::filesystem::remove(m_directory + "/" + file);
+    return num_calls == 1 ? EWOULDBLOCK : 0;  // before they let go of it, and after
+  });
+  MPendingFile file(m_path);
+  file.Write("bytes");
+  file.Commit();
+  EXPECT_EQ(num_calls, 3);
+  EXPECT_EQ(Read(m_path), "bytes");
   EXPECT_THAT(List(), ElementsAre("out"));
 }
 

@@ -9,6 +9,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 class Convert : public ProgramTest {};
 
@@ -113,6 +114,16 @@ TEST_F(Convert, AnExistingFileIsReplacedOnlyByForceAndOnlyWhenTheNewOneIsWhole) 
 
   RunSilently({"convert", "part.cli", "-o", "out.cli", "--force"});
   EXPECT_EQ(RunSilently({"info", "out.cli", "--json"}), RunSilently({"info", "part.cli", "--json"}));
+}
+
+TEST_F(Convert, OneOfTwoThatMakeTheSameFileGetsTheName) {
+  Arguments const arguments = {"generate", "lattice", "-o", "out.cli", "--size", "10", "--thickness", "0.1"};
+  pid_t const first = Start(arguments);
+  Outcome const second = Run(arguments);
+  std::vector<int> const exit_codes = {Finish(first).exit_code, second.exit_code};
+  EXPECT_THAT(exit_codes, UnorderedElementsAre(0, 2));
+  EXPECT_THAT(GetFiles(), ElementsAre("out.cli"));
+  RunSilently({"info", "out.cli"});
 }
 
 TEST_F(Convert, WhatCannotBeReadOrWrittenIsOneLine) {

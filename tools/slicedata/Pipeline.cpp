@@ -188,6 +188,7 @@ Output::Output(Input const& input, Format const& format, std::string path, Outpu
       m_path(std::move(path)),
       m_options(options),
       m_target(format.open_target(m_path, input.GetOrigin(), options.marks, &m_report)) {
+  m_target->SetExisting(GetExisting(options));
   ISource2DSlices const& source = input.GetSource();
   // A picture of a layer shows none, and they may lie far from it in the file.
   if (!options.shows_only) TakeProperties(source, m_target->GetProperties());
@@ -230,6 +231,10 @@ void Output::_RefuseLosses() const {
   if (!m_options.strict) return;
   RefuseLosses(m_input);
   RefuseLosses(m_path, m_report);
+}
+
+MPendingFile::Existing GetExisting(OutputOptions const& options) {
+  return options.force ? MPendingFile::Existing::Replace : MPendingFile::Existing::Keep;
 }
 
 void CheckOutputPath(std::string const& path, std::vector<std::string> const& inputs, OutputOptions const& options) {

@@ -102,6 +102,9 @@ class Output {
   unsigned long m_num_slices = 0;
 };
 
+/// What becomes of a file that has the name of an output.
+MPendingFile::Existing GetExisting(OutputOptions const& options);
+
 /// Throws `Trouble` for a path that must not be written to: of what is no file, of a file that the command reads, or of
 /// any other that is there, unless `force` lets it be replaced.
 /// \param inputs  all files that the command reads

@@ -65,7 +65,8 @@ long long CountBytes(M2DSlice const& slice) {
 /// Writes the slices as the document that the page holds: the same bytes as those of `convert`. Gives the box around
 /// them.
 M2DSliceXYArea WriteDocument(Input const& input, std::string const& path, TalkOptions const& talk) {
-  OutputOptions const options;
+  OutputOptions options;
+  options.force = true;  // the scratch file is there
   Output output(input, FindWriteFormat(path, "slicestack"), path, options);
   long long size = 0;
   M2DSliceXYArea area;
@@ -139,12 +140,12 @@ std::string MakeSettings(std::string const& members = "") {
 /// Writes the page.
 ///
 /// \param document  of the page; null for none
-void WritePage(std::string const& path, std::string const& settings, MInputFile const* document) {
+void WritePage(OutputOptions const& options, std::string const& settings, MInputFile const* document) {
   std::string_view const page = View::kPage;
   auto const place_of_settings = page.find(View::kSettingsMark);
   auto const behind_settings = place_of_settings + View::kSettingsMark.size();
   auto const place_of_document = page.find(View::kDocumentMark, behind_settings);
-  MPendingFile file(path);
+  MPendingFile file(options.path, GetExisting(options));
   file.Write(page.substr(0, place_of_settings));
   file.Write(settings);
   file.Write(page.substr(behind_settings, place_of_document - behind_settings));
@@ -157,7 +158,7 @@ void WriteEmptyPage(ViewOptions const& options) {
   if (!options.input.selection.IsEverything() || !options.input.from.empty() || options.input.paging) {
     throw Trouble("view", "FILE is missing", "name it, or leave out the options of the input");
   }
-  WritePage(options.output.path, MakeSettings(), nullptr);
+  WritePage(options.output, MakeSettings(), nullptr);
 }
 
 void WriteFilledPage(ViewOptions const& options) {
@@ -169,7 +170,7 @@ void WriteFilledPage(ViewOptions const& options) {
   MInputFile const document(scratch.GetPath(), MInputFile::Order::Sequential);
   if (document.GetSize() > kMaxDocumentSize) RefuseSize(input);
   Origin const origin = input.GetOrigin();
-  WritePage(options.output.path,
+  WritePage(options.output,
             MakeSettings(", \"name\": " + JsonString(origin.title) + ", \"firstLayer\": " +
                          std::to_string(origin.first_layer) + ", \"extent\": " + MakeExtent(extent)),
             &document);

@@ -107,6 +107,7 @@ char const* GetAdvice(std::error_code const& code) {
   if (code == std::errc::no_space_on_device) return "free some space, or write to another disk";
   if (code == std::errc::file_too_large) return "write to another disk, or raise the limit on file sizes (ulimit -f)";
   if (code == std::errc::no_such_file_or_directory) return "check the name, and make the folder first";
+  if (code == std::errc::file_exists) return "name another file, or give --force to replace it";
   if (code == std::errc::not_a_directory) return "check the name: a folder in it is a file";
   if (code == std::errc::permission_denied || code == std::errc::operation_not_permitted ||
       code == std::errc::read_only_file_system) {

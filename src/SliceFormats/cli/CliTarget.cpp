@@ -171,10 +171,11 @@ class BinaryEncoder final : public Encoder {
 
 class CliWriting final : public FileWriting {
  public:
-  CliWriting(std::string const& path, CliForm form, PersistentProperties const& properties, FormatReport* report)
+  CliWriting(std::string const& path, MPendingFile::Existing existing, CliForm form,
+             PersistentProperties const& properties, FormatReport* report)
       : FileWriting(path, report),
         m_form(form),
-        m_file(path),
+        m_file(path, existing),
         m_border_records(e2DSliceVectorType::Border),
         m_vector_records(e2DSliceVectorType::Hatching) {
     _ReadProperties(properties);
@@ -416,9 +417,9 @@ CliTarget::CliTarget(std::string path, CliForm form, FormatReport* report)
 
 CliTarget::~CliTarget() = default;
 
-std::unique_ptr<FileWriting> CliTarget::_Open(std::string const& path, PersistentProperties const& properties,
-                                              FormatReport* report) const {
-  return std::make_unique<CliWriting>(path, m_form, properties, report);
+std::unique_ptr<FileWriting> CliTarget::_Open(std::string const& path, MPendingFile::Existing existing,
+                                              PersistentProperties const& properties, FormatReport* report) const {
+  return std::make_unique<CliWriting>(path, existing, m_form, properties, report);
 }
 
 }  // namespace SliceFormats

@@ -27,8 +27,8 @@ class VELSDK_EXPORT CliTarget final : public FileTarget {
   ~CliTarget() override;
 
  protected:
-  std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
-                                     FormatReport* report) const override;
+  std::unique_ptr<FileWriting> _Open(std::string const& path, MPendingFile::Existing existing,
+                                     PersistentProperties const& properties, FormatReport* report) const override;
 
  private:
   CliForm m_form;

@@ -25,8 +25,9 @@ bool IsWrittenWhole(double value) {
 
 class StackDocumentWriting final : public FileWriting {
  public:
-  StackDocumentWriting(std::string const& path, PersistentProperties const& properties, FormatReport* report)
-      : FileWriting(path, report), m_properties(properties), m_writer(path, kStackDocumentKind) {
+  StackDocumentWriting(std::string const& path, MPendingFile::Existing existing, PersistentProperties const& properties,
+                       FormatReport* report)
+      : FileWriting(path, report), m_properties(properties), m_writer(path, kStackDocumentKind, existing) {
     m_writer.WriteTextTag("Label", "Name");
     m_writer.WriteLateTag("NumSlices");
   }
@@ -101,9 +102,10 @@ StackDocumentTarget::StackDocumentTarget(std::string path, FormatReport* report)
 
 StackDocumentTarget::~StackDocumentTarget() = default;
 
-std::unique_ptr<FileWriting> StackDocumentTarget::_Open(std::string const& path, PersistentProperties const& properties,
+std::unique_ptr<FileWriting> StackDocumentTarget::_Open(std::string const& path, MPendingFile::Existing existing,
+                                                        PersistentProperties const& properties,
                                                         FormatReport* report) const {
-  return std::make_unique<StackDocumentWriting>(path, properties, report);
+  return std::make_unique<StackDocumentWriting>(path, existing, properties, report);
 }
 
 }  // namespace SliceFormats

@@ -24,8 +24,8 @@ class VELSDK_EXPORT StackDocumentTarget final : public FileTarget {
   ~StackDocumentTarget() override;
 
  protected:
-  std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
-                                     FormatReport* report) const override;
+  std::unique_ptr<FileWriting> _Open(std::string const& path, MPendingFile::Existing existing,
+                                     PersistentProperties const& properties, FormatReport* report) const override;
 };
 
 }  // namespace SliceFormats

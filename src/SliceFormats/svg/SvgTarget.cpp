@@ -129,9 +129,9 @@ double RoundLengthBelow(double limit) {
 /// their width on the screen, and everything beside the drawing comes last.
 class SvgDrawing final : public FileWriting {
  public:
-  SvgDrawing(std::string const& path, SvgOptions const& options, PersistentProperties const& properties,
-             FormatReport* report)
-      : FileWriting(path, report), m_options(options), m_file(path), m_next_layer(options.first_layer) {
+  SvgDrawing(std::string const& path, MPendingFile::Existing existing, SvgOptions const& options,
+             PersistentProperties const& properties, FormatReport* report)
+      : FileWriting(path, report), m_options(options), m_file(path, existing), m_next_layer(options.first_layer) {
     m_file.Write(_GetHeader(Frame()));
     auto const& all = properties.GetAll();
     _NoteIf(std::any_of(all.begin(), all.end(), [](auto const& property) { return _IsTelling(*property); }),
@@ -532,9 +532,9 @@ SvgTarget::SvgTarget(std::string path, SvgOptions options, FormatReport* report)
 
 SvgTarget::~SvgTarget() = default;
 
-std::unique_ptr<FileWriting> SvgTarget::_Open(std::string const& path, PersistentProperties const& properties,
-                                              FormatReport* report) const {
-  return std::make_unique<SvgDrawing>(path, m_options, properties, report);
+std::unique_ptr<FileWriting> SvgTarget::_Open(std::string const& path, MPendingFile::Existing existing,
+                                              PersistentProperties const& properties, FormatReport* report) const {
+  return std::make_unique<SvgDrawing>(path, existing, m_options, properties, report);
 }
 
 }  // namespace SliceFormats

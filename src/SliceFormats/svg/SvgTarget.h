@@ -35,8 +35,8 @@ class VELSDK_EXPORT SvgTarget final : public FileTarget {
   ~SvgTarget() override;
 
  protected:
-  std::unique_ptr<FileWriting> _Open(std::string const& path, PersistentProperties const& properties,
-                                     FormatReport* report) const override;
+  std::unique_ptr<FileWriting> _Open(std::string const& path, MPendingFile::Existing existing,
+                                     PersistentProperties const& properties, FormatReport* report) const override;
 
  private:
   SvgOptions m_options;

@@ -57,7 +57,7 @@ bool ReadFile(std::string const& path, ISAXPersist& root, ReadReport* report) {
 }
 
 bool WriteFile(std::string const& path, ISAXPersistBase const& root, WriteOptions const& options) {
-  MDocumentWriter writer(path, options.kind);
+  MDocumentWriter writer(path, options.kind, options.existing);
   if (!root.Write(writer)) {
     throw std::runtime_error(path + ": the document could not be written; see to its elements and write it anew");
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/sax/ISAXPersist.h>
 
 #include <string>
@@ -25,6 +26,7 @@ struct WriteOptions {
   int format = 0;       ///< the only one
   std::string kind;     ///< what the document is, for who opens it
   bool durable = true;  ///< false: it need not survive a power failure, and nobody waits for the disk
+  MPendingFile::Existing existing = MPendingFile::Existing::Replace;  ///< what becomes of a file of the name
 };
 
 /// Reads a document into an element, whose defaults are set first.

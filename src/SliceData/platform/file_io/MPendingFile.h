@@ -8,12 +8,16 @@
 #include <string_view>
 #include <system_error>
 
+class RemovedOnSignal;
+
 /// An output file that appears under its name only when it is whole.
 ///
 /// Until `Commit` the bytes go to a file of an unguessable name in the same directory; `Commit` gives it the final name
 /// in one step, so that whoever looks there sees the old file or the new one, never half of it. A file that it replaces
-/// leaves it its permissions. Without `Commit` the
-/// temporary file is removed and the old file stays.
+/// leaves it its permissions. Without `Commit` the temporary file is removed and the old file stays.
+///
+/// A process that is killed leaves its temporary file, `.pending-*`. The next one that writes into the directory
+/// removes it, once it is certain that nobody writes it any more (`MPendingFile.cpp` says how).
 ///
 /// Whatever the disk refuses is thrown as `std::system_error` with path and cause; the file cannot be committed any
 /// more then. One thread at a time.
@@ -21,9 +25,16 @@ class VELSDK_EXPORT MPendingFile {
  public:
   static constexpr std::size_t kBufferSize = std::size_t{1} << 18;
 
+  /// What becomes of a file that has the name already, or takes it while this one is written.
+  enum class Existing {
+    Replace,
+    Keep  ///< the new file is refused, by `std::errc::file_exists`
+  };
+
   /// Creates the temporary file beside `path`. A symbolic link at `path` is followed, so that it goes on pointing to
-  /// the new file. Anything else but a regular file at `path`, or no such directory, is refused.
-  explicit MPendingFile(std::string path);
+  /// the new file, or points to it from now on if nothing was there. Anything else but a regular file at `path`, or no
+  /// such directory, is refused.
+  explicit MPendingFile(std::string path, Existing existing = Existing::Replace);
   /// Removes the temporary file unless it has been committed, in the process that made it. Never throws.
   ~MPendingFile();
   MPendingFile(MPendingFile const&) = delete;
@@ -53,7 +64,7 @@ class VELSDK_EXPORT MPendingFile {
   /// first: then the disk has taken everything before the first one has its name. A file that need not survive a power
   /// failure is spared the wait for the disk with `durable` false.
   void Seal(bool durable = true);
-  /// Seals the file and gives it its name, replacing the file that had it.
+  /// Seals the file and gives it its name. Of several that keep what exists, one gets the name.
   void Commit(bool durable = true);
 
   /// Thrown by `Commit` when the file has its name and may lose it by a power failure.
@@ -62,24 +73,29 @@ class VELSDK_EXPORT MPendingFile {
     using std::system_error::system_error;
   };
 
-  /// Removes the temporary files of all pending files of the process, 64 at most. For a signal handler, which ends the
-  /// process afterwards: only then may the objects be left in the state they are in. Async-signal-safe.
+  /// The name that a file for `path` gets: absolute, so that it means the same file after the process has changed its
+  /// directory, and without symbolic links. Throws as the constructor does.
+  static std::string FindFinalPath(std::string const& path);
+
+  /// Removes the temporary files of all pending files of the process. For a signal handler, which ends the process
+  /// afterwards: only then may the objects be left in the state they are in. Async-signal-safe.
   static void RemoveAllPendingFromSignalHandler() noexcept;
 
  private:
+  void _CreateTemporaryFile();
+  int _GiveName() const;
   void _Flush();
   [[noreturn]] void _Fail(int error, char const* what);
   void _CloseAndForget() noexcept;
 
-  std::string m_path;        ///< as given, for messages
-  std::string m_final_path;  ///< absolute, symbolic links resolved
-  std::unique_ptr<char[]> m_temporary_path;
+  std::string m_path;  ///< as given, for messages
+  std::string m_final_path;
+  Existing m_existing;
+  std::unique_ptr<RemovedOnSignal> m_temporary;  ///< until the file has its name
   std::unique_ptr<char[]> m_buffer;
   std::size_t m_buffered = 0;
   long long m_flushed = 0;
   int m_descriptor = -1;
-  int m_process;    ///< which made the file; one that was forked off does not remove it
-  int m_slot = -1;  ///< of the temporary path in the signal handler's table; -1 without one
   bool m_is_sealed = false;
   bool m_failed = false;
 };

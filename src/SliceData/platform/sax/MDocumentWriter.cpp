@@ -195,7 +195,8 @@ struct Head {
 
 class MDocumentWriter::Writing {
  public:
-  Writing(std::string path, std::string const& kind) : m_file(std::move(path)), m_zip(m_file), m_stream(m_zip) {
+  Writing(std::string path, std::string const& kind, MPendingFile::Existing existing)
+      : m_file(std::move(path), existing), m_zip(m_file), m_stream(m_zip) {
     m_kind = MDocumentText::EncodeAttribute(kind);
     StartTag("Document");
   }
@@ -587,8 +588,8 @@ class MDocumentWriter::Writing {
   bool m_is_sealed = false;
 };
 
-MDocumentWriter::MDocumentWriter(std::string path, std::string const& kind)
-    : m_writing(std::make_unique<Writing>(std::move(path), kind)) {}
+MDocumentWriter::MDocumentWriter(std::string path, std::string const& kind, MPendingFile::Existing existing)
+    : m_writing(std::make_unique<Writing>(std::move(path), kind, existing)) {}
 MDocumentWriter::~MDocumentWriter() = default;
 
 void MDocumentWriter::StartTag(char const* name) {

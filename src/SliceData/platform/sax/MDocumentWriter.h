@@ -1,6 +1,7 @@
 #pragma once
 
 #include <SliceData/platform/common/Export.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/sax/MDocumentTag.h>
 #include <SliceData/platform/sax/MSAXWriter.h>
 
@@ -18,9 +19,11 @@
 /// destructors call it.
 class VELSDK_EXPORT MDocumentWriter final : public MSAXWriter {
  public:
-  /// \param path  of the file
-  /// \param kind  what the document is, for who opens it
-  MDocumentWriter(std::string path, std::string const& kind);
+  /// \param path      of the file
+  /// \param kind      what the document is, for who opens it
+  /// \param existing  what becomes of a file that has the name already
+  MDocumentWriter(std::string path, std::string const& kind,
+                  MPendingFile::Existing existing = MPendingFile::Existing::Replace);
   /// Without `Finish`, no file is left.
   ~MDocumentWriter();
   MDocumentWriter(MDocumentWriter const&) = delete;
