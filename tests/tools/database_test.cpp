@@ -144,7 +144,7 @@ TEST_F(DatabaseOfSlices, IsReplacedWhereItIsWithItsPermissions) {
   RunSilently({"db", "put", "other/real.slicedb", "part.cli", "--id", "a", "--revision", "1"});
   std::filesystem::create_symlink("other/real.slicedb", GetWorkPath("cache.slicedb"));
   std::filesystem::permissions(GetWorkPath("other/real.slicedb"), std::filesystem::perms(0640));
-  // Through the link and beside it, the folder of the file itself is locked.
+  // Through the link and beside it, the lock is that of the file itself.
   pid_t const through_link = Start({"db", "put", "cache.slicedb", "part.cli", "--id", "b", "--revision", "1"});
   Outcome const beside = Run({"db", "put", "other/real.slicedb", "part.cli", "--id", "c", "--revision", "1", "-q"});
   EXPECT_EQ(beside.exit_code, 0);
@@ -170,6 +170,19 @@ TEST_F(DatabaseOfSlices, StaysWholeWhenItCannotBeWritten) {
               HasSubstr("name it .slicedb"));
   RunSilently({"convert", "part.cli", "-o", "part.slicestack"});
   EXPECT_THAT(RunIntoTrouble({"db", "list", "part.slicestack"}), HasSubstr("SliceStack"));
+}
+
+TEST_F(DatabaseOfSlices, IsWaitedForAsLongAsTheUserSays) {
+  Put("a", "1");
+  std::string const before = Read("cache.slicedb");
+  Write("cache.slicedb.lock", "7 mill 0000000000000000\n");  // of another computer
+  for (Arguments const& arguments :
+       {Arguments{"db", "put", "cache.slicedb", "part.cli", "--id", "b", "--revision", "1", "--wait", "0"},
+        Arguments{"db", "drop", "cache.slicedb", "--id", "a", "--wait", "0"}}) {
+    EXPECT_THAT(RunIntoTrouble(arguments),
+                AllOf(HasSubstr("process 7 on 'mill'"), HasSubstr("remove " + GetWorkPath("cache.slicedb.lock"))));
+  }
+  EXPECT_TRUE(Read("cache.slicedb") == before);
 }
 
 TEST_F(DatabaseOfSlices, LosesNothingToWhoWritesAtTheSameTime) {

@@ -1,5 +1,6 @@
 #include "Database.h"
 
+#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/properties/FileContent.h>
 #include <SliceData/platform/sax/MDocument.h>
 #include <SliceData/platform/sax/MDocumentError.h>
@@ -8,17 +9,14 @@
 #include <SliceData/slice_data_cache/CachedSliceStackDataSaxRead.h>
 #include <SliceData/slice_data_cache/DatabaseDocument.h>
 
-#include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
 #include <memory>
-#include <sys/file.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "Console.h"
+#include "Length.h"
 
 namespace Tool {
 
@@ -26,11 +24,6 @@ namespace {
 
 using SliceDataCaching::CachedSliceStack;
 using SliceDataCaching::CachedSliceStackKeyInfo;
-
-/// The folder of the file itself, to which a path may be a symbolic link.
-std::filesystem::path FindFolder(std::string const& path) {
-  return std::filesystem::weakly_canonical(std::filesystem::absolute(path)).parent_path();
-}
 
 /// False only if it is certain that there is no such file: whatever else keeps it from being looked at is thrown.
 bool IsThere(std::string const& path) {
@@ -66,27 +59,23 @@ std::vector<std::string> ReadKeys(std::string const& path, SliceDataCaching::Dat
 
 }  // namespace
 
-Database::Lock::Lock(std::string const& folder)
-    : m_descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (m_descriptor >= 0 && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-    TellNote(folder + ": waiting for another process that changes a database there");
-    static_cast<void>(::flock(m_descriptor, LOCK_EX));
-  }
+void WaitOptions::AddTo(Command& command) {
+  command.AddOption(
+      "--wait", "SECONDS",
+      "wait no longer than this for others who change the database; without it, until they are done",
+      [this](std::string const& value) { longest = std::chrono::seconds(ParseWhole(value, 0, 1000000)); });
 }
 
-Database::Lock::~Lock() {
-  if (m_descriptor >= 0) ::close(m_descriptor);
-}
-
-Database::Database(std::string path, Use use) : m_path(std::move(path)) {
-  // The folder is there before and after the file in it is replaced.
-  if (use != Use::Read) m_lock.emplace(FindFolder(m_path).string());
+Database::Database(std::string path, Use use, WaitOptions const& wait) : m_path(std::move(path)) {
+  if (use != Use::Read) _Lock(wait);
   if (IsThere(m_path)) {
     auto const warnings = ReadKeys(m_path, m_stacks);
     if (use != Use::Read) return;  // what is not understood is kept as it is
     for (std::string const& warning : warnings) TellNote(m_path + ": " + warning);
   } else if (use != Use::ChangeOrMake) {
     throw Trouble(m_path, "there is no such file", "check the name, or make a database by 'slicedata db put'");
+  } else {
+    m_existing = MPendingFile::Existing::Keep;
   }
 }
 
@@ -94,8 +83,8 @@ void Database::Check(std::string const& path) {
   if (IsThere(path)) {
     SliceDataCaching::DatabaseCachedSliceStacks stacks(false);
     ReadKeys(path, stacks);
-  } else if (!std::filesystem::is_directory(FindFolder(path))) {
-    throw Trouble(path, "its folder is not there", "make it first, or check the name");
+  } else {
+    static_cast<void>(MPendingFile::FindFinalPath(path));  // throws if there is no folder for it
   }
 }
 
@@ -132,7 +121,7 @@ unsigned long Database::CountSlices(CachedSliceStack const& entry) const {
 
 void Database::Save() {
   try {
-    SliceDataCaching::WriteDatabaseDocument(m_path, m_stacks);
+    SliceDataCaching::WriteDatabaseDocument(m_path, m_stacks, m_existing);
   } catch (MDocumentError const&) {
     _RefuseDamagedEntries();
     throw;
@@ -141,6 +130,20 @@ void Database::Save() {
 
 std::string Database::Describe(CachedSliceStackKeyInfo::ID const& id) {
   return "part '" + id.m_global + "', revision '" + id.m_revision + "'";
+}
+
+void Database::_Lock(WaitOptions const& wait) {
+  m_lock.emplace(m_path);
+  if (m_lock->TryLock()) return;
+  using Clock = MFileLock::Clock;
+  bool is_locked = false;
+  if (wait.longest != std::chrono::seconds(0)) {
+    TellNote(m_path + ": waiting for " + m_lock->DescribeHolder() + ", which changes it");
+    is_locked = m_lock->LockUntil(wait.longest ? Clock::now() + *wait.longest : Clock::time_point::max());
+  }
+  if (!is_locked) {
+    throw Trouble(m_path, m_lock->DescribeHolder() + " changes it", "try again later, or give a longer time by --wait");
+  }
 }
 
 /// Runs what reads the stacks of an entry. What is wrong with their documents becomes a trouble with the entry. Only

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <SliceData/platform/file_io/MFileLock.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/slice_data_cache/CachedSliceStack.h>
 #include <SliceData/slice_data_cache/DatabaseCachedSliceStacks.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -12,6 +15,13 @@
 class MDocumentError;
 
 namespace Tool {
+
+/// How long a command waits for others who change the database.
+struct WaitOptions {
+  std::optional<std::chrono::seconds> longest;  ///< none: as long as they take
+
+  void AddTo(Command& command);
+};
 
 /// A database document, open for a command.
 class Database {
@@ -23,9 +33,9 @@ class Database {
     using Trouble::Trouble;
   };
 
-  /// Reads the keys of the database; its stacks stay where they are. Whoever is to change it waits for others who
-  /// change a database in the same folder. Throws `Trouble` if it is not there, unless it may be made.
-  Database(std::string path, Use use);
+  /// Reads the keys of the database; its stacks stay where they are. Whoever is to change it holds its lock, and waits
+  /// for it first. Throws `Trouble` if the database is not there, unless it may be made, or if the wait is over.
+  Database(std::string path, Use use, WaitOptions const& wait = {});
   Database(Database const&) = delete;
   Database& operator=(Database const&) = delete;
 
@@ -47,25 +57,15 @@ class Database {
   static std::string Describe(SliceDataCaching::CachedSliceStackKeyInfo::ID const& id);
 
  private:
-  /// A locked folder. Where it cannot be locked, nobody waits.
-  class Lock {
-   public:
-    explicit Lock(std::string const& folder);
-    ~Lock();
-    Lock(Lock const&) = delete;
-    Lock& operator=(Lock const&) = delete;
-
-   private:
-    int m_descriptor;
-  };
-
+  void _Lock(WaitOptions const& wait);
   template <class Function>
   void _NamingEntry(SliceDataCaching::CachedSliceStack const& entry, Function const& function) const;
   std::string _GetCause(MDocumentError const& error) const;
   void _RefuseDamagedEntries() const;
 
   std::string m_path;
-  std::optional<Lock> m_lock;  ///< of the folder that the file is in
+  std::optional<MFileLock> m_lock;
+  MPendingFile::Existing m_existing = MPendingFile::Existing::Replace;  ///< only what was read is replaced
   SliceDataCaching::DatabaseCachedSliceStacks m_stacks{false};
 };
 

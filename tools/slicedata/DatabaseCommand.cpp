@@ -133,6 +133,7 @@ struct PutOptions {
   std::string database;
   InputOptions input;
   KeyOptions key;
+  WaitOptions wait;
   TalkOptions talk;
 };
 
@@ -163,7 +164,7 @@ int RunPut(PutOptions const& options) {
   if (!options.key.thickness) key.m_z_info.thickness = FindThickness(input);
   auto const stack = ReadStack(input, options.talk);
 
-  Database database(options.database, Database::Use::ChangeOrMake);
+  Database database(options.database, Database::Use::ChangeOrMake, options.wait);
   database.GetStacks().RemoveCachedSliceStacks(SameKeySelector(key));
   database.GetStacks().AddCachedSliceStack(key)->SetSliceStack({stack}, key.m_z_info, nullptr);
   database.Save();
@@ -186,6 +187,7 @@ void AddPutCommand(Command& db) {
   options->key.AddTo(command, "the step between the layers of the file", "none is kept",
                      "where the part stands in the file; without it at 0,0,0");
   options->talk.AddTo(command);
+  options->wait.AddTo(command);
   command.AddHelp(
       "An entry with an equal key is replaced: part, revision, thickness and type, wherever it stands. Lengths are in "
       "mm; 30um and 0.03mm are understood, too. The slices go through scratch files ($TMPDIR, or else /var/tmp). The "
@@ -362,11 +364,12 @@ struct DropOptions {
   std::string database;
   std::string id;
   std::string revision;  ///< empty: any
+  WaitOptions wait;
   TalkOptions talk;
 };
 
 int RunDrop(DropOptions const& options) {
-  Database database(options.database, Database::Use::Change);
+  Database database(options.database, Database::Use::Change, options.wait);
   unsigned long const num_dropped =
       database.GetStacks().RemoveCachedSliceStacks(PartSelector(options.id, options.revision));
   bool const talks = !options.talk.quiet;
@@ -392,6 +395,7 @@ void AddDropCommand(Command& db) {
                     Occurs::Once);
   command.AddOption("--revision", "REV", "only this revision of it", Into(options->revision));
   options->talk.AddTo(command);
+  options->wait.AddTo(command);
   command.AddHelp("If there is nothing to drop, one line says so and the exit code is 1.");
   command.AddExample("slicedata db drop cache.slicedb --id gear --revision 1", "an old revision");
   command.SetAction([options] { return RunDrop(*options); });

@@ -13,9 +13,11 @@ bool ReadDatabaseDocument(std::string const& path, DatabaseCachedSliceStacks& da
   return VelAM::SaxUtilities::ReadFile(path, root, &told);
 }
 
-void WriteDatabaseDocument(std::string const& path, DatabaseCachedSliceStacks const& database) {
+void WriteDatabaseDocument(std::string const& path, DatabaseCachedSliceStacks const& database,
+                           MPendingFile::Existing existing) {
   VelAM::SaxUtilities::WriteOptions options;
   options.kind = kDatabaseDocumentKind;
+  options.existing = existing;
   VelAM::SaxUtilities::WriteFile(path, DatabaseCachedSliceStacksSaxWrite(&database), options);
 }
 

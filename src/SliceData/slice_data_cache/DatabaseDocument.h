@@ -26,10 +26,13 @@ VELSDK_EXPORT bool ReadDatabaseDocument(std::string const& path, DatabaseCachedS
 
 /// Writes a database as a document, also over the one that it was read from.
 ///
+/// \param existing  what becomes of a document that is there
+///
 /// The document appears under its name when it is whole; what was there before stays until then. Stored stacks that
 /// rest in a document are copied from there, as it is: see `CachedSliceStack` for what was changed in memory since. The
 /// others get a document now, which they keep, as a scratch file. Throws `std::system_error` if the disk refuses and
 /// `MDocumentError` if a stored stack is damaged in the document that it rests in: remove its entry then, and go on.
-VELSDK_EXPORT void WriteDatabaseDocument(std::string const& path, DatabaseCachedSliceStacks const& database);
+VELSDK_EXPORT void WriteDatabaseDocument(std::string const& path, DatabaseCachedSliceStacks const& database,
+                                         MPendingFile::Existing existing = MPendingFile::Existing::Replace);
 
 }  // namespace SliceDataCaching

@@ -77,8 +77,9 @@ class VELSDK_EXPORT MPendingFile {
   /// directory, and without symbolic links. Throws as the constructor does.
   static std::string FindFinalPath(std::string const& path);
 
-  /// Removes the temporary files of all pending files of the process. For a signal handler, which ends the process
-  /// afterwards: only then may the objects be left in the state they are in. Async-signal-safe.
+  /// Removes the temporary files of all pending files of the process, and the lock files of `MFileLock`. For a signal
+  /// handler, which ends the process afterwards: only then may the objects be left in the state they are in.
+  /// Async-signal-safe.
   static void RemoveAllPendingFromSignalHandler() noexcept;
 
  private:

@@ -1,0 +1,154 @@
+#include <SliceData/platform/file_io/FileLocking.h>
+#include <SliceData/platform/file_io/MFileLock.h>
+#include <SliceData/platform/file_io/MPendingFile.h>
+#include <SliceData/platform/file_io/ReadWriteFully.h>
+#include <SliceData/platform/file_io/RemovedOnSignal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+// The lock file holds one line, "PROCESS HOST MARK". Its holder also has the system's lock on it, where there is one:
+// that ends with the process, so a file whose system lock is free, although it would be seen here (the mark says so),
+// is one of a dead process. Whoever removes it takes the system lock first, so that two do not remove it one after the
+// other, the second one the file of a new holder.
+
+namespace {
+
+constexpr auto kPause = std::chrono::milliseconds(10);
+constexpr int kAttempts = 1000;
+constexpr std::size_t kMaxLine = 512;
+/// A file without its line is being made, unless it is older than this, in seconds.
+constexpr std::time_t kTimeToWriteLine = 2;
+
+/// A descriptor that is closed in the end.
+class OpenFile {
+ public:
+  explicit OpenFile(int descriptor) : m_descriptor(descriptor) {}
+  ~OpenFile() {
+    if (m_descriptor >= 0) ::close(m_descriptor);
+  }
+  OpenFile(OpenFile const&) = delete;
+  OpenFile& operator=(OpenFile const&) = delete;
+
+  int Get() const { return m_descriptor; }
+  int Release() { return std::exchange(m_descriptor, -1); }
+
+ private:
+  int m_descriptor;
+};
+
+[[noreturn]] void Throw(int error, std::string const& path, char const* what) {
+  throw std::system_error(error, std::generic_category(), path + ": " + what);
+}
+
+std::string MakeLine(std::string_view mark) {
+  utsname system{};
+  std::string host = ::uname(&system) == 0 ? system.nodename : "";
+  if (host.empty() || host.find_first_of(" \n") != std::string::npos) host = "?";
+  return std::to_string(::getpid()) + ' ' + host + ' ' + std::string(mark) + '\n';
+}
+
+bool IsYoung(int descriptor) {
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return false;
+  std::time_t const age = std::time(nullptr) - status.st_mtime;
+  return age >= 0 && age < kTimeToWriteLine;
+}
+
+}  // namespace
+
+MFileLock::MFileLock(std::string const& path) : m_path(MPendingFile::FindFinalPath(path) + ".lock") {}
+
+MFileLock::~MFileLock() {
+  if (m_descriptor < 0) return;
+  // Somebody who took us for dead may have removed the file, and another one has it now.
+  if (m_file->IsOurs() && FileLocking::HasName(m_descriptor, m_path.c_str()) != false) ::unlink(m_path.c_str());
+  ::close(m_descriptor);
+}
+
+bool MFileLock::TryLock() {
+  if (m_descriptor >= 0) return true;
+  for (int i = 0; i < kAttempts; ++i) {
+    Attempt const attempt = _Attempt();
+    if (attempt != Attempt::Again) return attempt == Attempt::Taken;
+  }
+  Throw(EBUSY, m_path, "the lock file vanishes as it is made");
+}
+
+bool MFileLock::LockUntil(Clock::time_point deadline) {
+  while (!TryLock()) {
+    auto const left = deadline - Clock::now();
+    if (left <= Clock::duration::zero()) return false;
+    std::this_thread::sleep_for(std::min<Clock::duration>(left, kPause));
+  }
+  return true;
+}
+
+std::string MFileLock::DescribeHolder() const {
+  std::string text =
+      m_process != 0 ? "process " + std::to_string(m_process) + " on '" + m_host + "'" : std::string("another process");
+  if (m_may_be_dead) text += " (if it has ended, remove " + m_path + ")";
+  return text;
+}
+
+MFileLock::Attempt MFileLock::_Attempt() {
+  OpenFile file(::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  if (file.Get() < 0) {
+    if (errno == EEXIST) return _Judge();
+    Throw(errno, m_path, "the lock file cannot be made");
+  }
+  auto const outcome = FileLocking::TryLock(file.Get());
+  if (outcome == FileLocking::Outcome::Busy || FileLocking::HasName(file.Get(), m_path.c_str()) != true) {
+    return Attempt::Again;  // somebody takes it for that of a dead process
+  }
+  bool const is_locked = outcome == FileLocking::Outcome::Taken;
+  std::string const line = MakeLine(is_locked ? std::string_view(FileLocking::GetMark()) : FileLocking::kNotLocked);
+  if (!WriteFully(file.Get(), line.data(), line.size(), 0)) {
+    int const error = errno;
+    ::unlink(m_path.c_str());
+    Throw(error, m_path, "the lock file cannot be written");
+  }
+  m_file = std::make_unique<RemovedOnSignal>(m_path);
+  m_descriptor = file.Release();
+  return Attempt::Taken;
+}
+
+/// Looks at a lock file that is there, and removes it if its process is dead.
+MFileLock::Attempt MFileLock::_Judge() {
+  m_host.clear();
+  m_process = 0;
+  m_may_be_dead = true;
+  OpenFile const file(FileLocking::Open(AT_FDCWD, m_path.c_str()));
+  if (file.Get() < 0) return errno == ENOENT ? Attempt::Again : Attempt::Held;
+
+  std::string line;
+  if (!ReadStart(file.Get(), kMaxLine, line)) return Attempt::Held;
+  bool is_seen = false;
+  if (line.empty()) {
+    if (IsYoung(file.Get())) {
+      std::this_thread::sleep_for(kPause);
+      return Attempt::Again;
+    }
+    is_seen = FileLocking::IsLocal(file.Get());
+  } else {
+    std::string mark;  // stays empty in a file of somebody else
+    std::istringstream(line) >> m_process >> m_host >> mark;
+    is_seen = FileLocking::IsSeenHere(file.Get(), mark);
+  }
+  auto const outcome = FileLocking::TryLock(file.Get());
+  m_may_be_dead = outcome != FileLocking::Outcome::Busy;
+  if (outcome != FileLocking::Outcome::Taken || !is_seen) return Attempt::Held;
+  // Another one may have removed it before us, and made the next.
+  auto const has_name = FileLocking::HasName(file.Get(), m_path.c_str());
+  bool const is_gone = has_name == false || (has_name == true && ::unlink(m_path.c_str()) == 0);
+  return is_gone ? Attempt::Again : Attempt::Held;
+}
