@@ -467,7 +467,7 @@ TEST_F(StackDocument, IsReadByPythonsStandardLibraryWithTheSameResult) {
   WriteStackDocument(m_path, stack);
   ASSERT_GE(MDocument(m_path).GetNumParts(), 2u);
 
-  auto const script = std::filesystem::path(__FILE__).parent_path() / "read_document.py";
+  auto const script = std::filesystem::path(SLICEDATA_TESTS_DIR) / "formats/read_document.py";
   FILE* const pipe = popen(("python3 " + script.string() + " " + m_path).c_str(), "r");
   ASSERT_NE(pipe, nullptr);
   std::string said;

@@ -18,7 +18,7 @@ class Browser {
     int commands[2] = {};
     int answers[2] = {};
     if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) throw std::runtime_error("no pipes");
-    std::string const script = (std::filesystem::path(__FILE__).parent_path() / "browser.py").string();
+    std::string const script = SLICEDATA_TESTS_DIR "/tools/browser.py";
     m_process = fork();
     if (m_process == 0) {
       if (dup2(commands[0], STDIN_FILENO) >= 0 && dup2(answers[1], STDOUT_FILENO) >= 0) {
