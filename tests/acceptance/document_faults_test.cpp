@@ -1,22 +1,17 @@
-#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceFormats/stack_document/StackDocument.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <random>
-#include <sys/wait.h>
-#include <system_error>
-#include <unistd.h>
 
 #include "support/Scratch.h"
 #include "support/Slices.h"
 
-// What happens to a stack document when the process dies, the disk is full, or the file is damaged.
+// What becomes of a stack document that is damaged. tests/faults has what happens when writing it fails or is killed.
 
 namespace {
 
@@ -74,68 +69,9 @@ class DocumentFaults : public testing::Test {
     return ReadBytes(m_path);
   }
 
-  std::vector<std::string> GetFiles() const { return testing_support::NamesIn(m_directory.GetPath()); }
-
   testing_support::EmptyDirectory const m_directory;
   std::string const m_path = m_directory.GetPath() + "/part.slicestack";
 };
-
-TEST_F(DocumentFaults, KilledSavesLeaveTheOldOrTheNewDocument) {
-  char const* const wish = std::getenv("KILLS");
-  int const num_kills = wish != nullptr ? std::atoi(wish) : 12;
-  M2DSliceStack small(e2DSliceStackCachingType::NoTempFiles);
-  M2DSliceStack large(e2DSliceStackCachingType::NoTempFiles);
-  Fill(small, 3, 1000);
-  Fill(large, 40, 20000);
-  SliceFormats::WriteStackDocument(m_path, large);
-  std::string const large_bytes = ReadBytes(m_path);
-  SliceFormats::WriteStackDocument(m_path, small);
-  std::string const small_bytes = ReadBytes(m_path);
-
-  std::mt19937 random(1);
-  int num_large = 0;
-  for (int i = 0; i < num_kills; ++i) {
-    pid_t const process = ::fork();
-    if (process == 0) {
-      for (;;) {
-        SliceFormats::WriteStackDocument(m_path, large);
-        SliceFormats::WriteStackDocument(m_path, small);
-      }
-    }
-    ::usleep(std::uniform_int_distribution<useconds_t>(0, 100000)(random));
-    ::kill(process, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(process, &status, 0), process);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    std::string const bytes = ReadBytes(m_path);
-    ASSERT_TRUE(bytes == small_bytes || bytes == large_bytes) << "kill " << i << ": " << bytes.size() << " bytes";
-    num_large += bytes == large_bytes;
-    ASSERT_EQ(ReadError(), "");
-  }
-  std::cout << num_kills << " kills, the larger document was there " << num_large << " times\n";
-}
-
-TEST_F(DocumentFaults, FullDiskLeavesTheOldDocumentAndNothingElse) {
-  M2DSliceStack stack(e2DSliceStackCachingType::NoTempFiles);
-  Fill(stack, 2, 10);
-  SliceFormats::WriteStackDocument(m_path, stack);
-  std::string const before = ReadBytes(m_path);
-  Fill(stack, 60, 20000);
-  // In the first values, in the middle of a stream, and in the very end.
-  for (rlim_t const room : {100, 300000, 5000000}) {
-    testing_support::FullDisk const full(room);
-    try {
-      SliceFormats::WriteStackDocument(m_path, stack);
-      ADD_FAILURE() << "no error with room for " << room;
-    } catch (std::system_error const& error) {
-      EXPECT_THAT(error.what(), HasSubstr(m_path));
-    }
-    EXPECT_EQ(ReadBytes(m_path), before);
-    EXPECT_THAT(GetFiles(), testing::ElementsAre("part.slicestack"));
-  }
-  SliceFormats::WriteStackDocument(m_path, stack);
-  EXPECT_EQ(ReadError(), "");
-}
 
 TEST_F(DocumentFaults, EveryTruncationIsAnError) {
   M2DSliceStack stack(e2DSliceStackCachingType::NoTempFiles);
