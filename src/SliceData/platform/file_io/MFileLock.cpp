@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <fcntl.h>
 #include <sstream>
@@ -46,6 +47,22 @@ class OpenFile {
   int m_descriptor;
 };
 
+/// Holds signals back, so that one finds the lock file listed for removal, or not there.
+class SignalsHeldBack {
+ public:
+  SignalsHeldBack() {
+    sigset_t all;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &m_before);
+  }
+  ~SignalsHeldBack() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  SignalsHeldBack(SignalsHeldBack const&) = delete;
+  SignalsHeldBack& operator=(SignalsHeldBack const&) = delete;
+
+ private:
+  sigset_t m_before;
+};
+
 [[noreturn]] void Throw(int error, std::string const& path, char const* what) {
   throw std::system_error(error, std::generic_category(), path + ": " + what);
 }
@@ -70,9 +87,11 @@ MFileLock::MFileLock(std::string const& path) : m_path(MPendingFile::FindFinalPa
 
 MFileLock::~MFileLock() {
   if (m_descriptor < 0) return;
+  SignalsHeldBack const held_back;
   // Somebody who took us for dead may have removed the file, and another one has it now.
   if (m_file->IsOurs() && FileLocking::HasName(m_descriptor, m_path.c_str()) != false) ::unlink(m_path.c_str());
   ::close(m_descriptor);
+  m_file.reset();
 }
 
 bool MFileLock::TryLock() {
@@ -100,24 +119,30 @@ std::string MFileLock::DescribeHolder() const {
   return text;
 }
 
+/// Whatever takes memory comes before the file is there.
 MFileLock::Attempt MFileLock::_Attempt() {
+  SignalsHeldBack const held_back;
+  std::string const line_if_locked = MakeLine(FileLocking::GetMark());
+  std::string const line_if_not = MakeLine(FileLocking::kNotLocked);
+  auto listed = std::make_unique<RemovedOnSignal>(m_path);
   OpenFile file(::open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
   if (file.Get() < 0) {
-    if (errno == EEXIST) return _Judge();
-    Throw(errno, m_path, "the lock file cannot be made");
+    int const error = errno;
+    listed.reset();  // it may be somebody else's
+    if (error == EEXIST) return _Judge();
+    Throw(error, m_path, "the lock file cannot be made");
   }
   auto const outcome = FileLocking::TryLock(file.Get());
   if (outcome == FileLocking::Outcome::Busy || FileLocking::HasName(file.Get(), m_path.c_str()) != true) {
     return Attempt::Again;  // somebody takes it for that of a dead process
   }
-  bool const is_locked = outcome == FileLocking::Outcome::Taken;
-  std::string const line = MakeLine(is_locked ? std::string_view(FileLocking::GetMark()) : FileLocking::kNotLocked);
+  std::string const& line = outcome == FileLocking::Outcome::Taken ? line_if_locked : line_if_not;
   if (!WriteFully(file.Get(), line.data(), line.size(), 0)) {
     int const error = errno;
     ::unlink(m_path.c_str());
     Throw(error, m_path, "the lock file cannot be written");
   }
-  m_file = std::make_unique<RemovedOnSignal>(m_path);
+  m_file = std::move(listed);
   m_descriptor = file.Release();
   return Attempt::Taken;
 }
