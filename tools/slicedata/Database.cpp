@@ -138,11 +138,16 @@ void Database::_Lock(WaitOptions const& wait) {
   using Clock = MFileLock::Clock;
   bool is_locked = false;
   if (wait.longest != std::chrono::seconds(0)) {
-    TellNote(m_path + ": waiting for " + m_lock->DescribeHolder() + ", which changes it");
+    std::string const doubtful = m_lock->GetDoubtfulFile();
+    TellNote(m_path + ": waiting for " + m_lock->DescribeHolder() + ", which changes it" +
+             (doubtful.empty() ? "" : "; if that has ended, remove " + doubtful));
     is_locked = m_lock->LockUntil(wait.longest ? Clock::now() + *wait.longest : Clock::time_point::max());
   }
   if (!is_locked) {
-    throw Trouble(m_path, m_lock->DescribeHolder() + " changes it", "try again later, or give a longer time by --wait");
+    std::string const doubtful = m_lock->GetDoubtfulFile();
+    throw Trouble(m_path, m_lock->DescribeHolder() + " changes it",
+                  doubtful.empty() ? "try again later, or give a longer time by --wait"
+                                   : "try again later, or remove " + doubtful + " if that process has ended");
   }
 }
 

@@ -72,7 +72,7 @@ void PartFiles::Finish() {
     std::string const kept = num_replaced == 0
                                  ? "none of the files is kept"
                                  : Count(num_replaced, "file") + " had been replaced before, no other is kept";
-    throw std::runtime_error(error.what() + ("; " + kept) + ": see to the cause and write them again");
+    throw std::runtime_error(error.what() + (", " + kept) + "; see to the cause and write them again");
   } catch (...) {
     _TakeBack();
     throw;

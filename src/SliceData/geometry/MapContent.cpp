@@ -12,8 +12,8 @@ void MapLayer(Layer& layer, iTransformation const& mapping, TransformOptions con
   for (auto& element : layer) Transform(element, mapping, options);
 }
 
-/// True for a slice that stands alone and has never been on disk.
-bool IsInMemoryForGood(M2DSlice const& slice) {
+/// True for a slice that stands alone and has no record on disk.
+bool NeverPages(M2DSlice const& slice) {
   bool has_record = false;
   M2DSlice::ForEachRow([&](auto row) { has_record |= row.Component(slice).GetTempFile() != nullptr; });
   return !slice._IsStackSlice() && !has_record;
@@ -27,7 +27,7 @@ bool CannotFail(iTransformation const& mapping, TransformOptions const& options)
 }  // namespace
 
 void MapContent(M2DSlice& slice, iTransformation const& mapping, TransformOptions const& options) {
-  if (IsInMemoryForGood(slice) && CannotFail(mapping, options)) {
+  if (NeverPages(slice) && CannotFail(mapping, options)) {
     M2DSlice::ForEachRow([&](auto row) { MapLayer(*row.GetUpdate(slice), mapping, options); });
     return;
   }

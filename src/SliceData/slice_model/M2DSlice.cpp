@@ -30,12 +30,12 @@ typename Row::Update OpenForChange(M2DSlice& slice) {
   return typename Row::Update(Row::Component(slice));
 }
 
-/// A hook of a host may access other slices, and so page out what was opened for a change before: it is brought in
-/// again, and its record is as stale as before.
+/// A hook of a host may access other slices, and so page out what was opened for a change before, or even bring it
+/// back. It is to be in memory, and its record as stale as before.
 template <class Row>
 void Reopen(M2DSlice& slice) {
-  auto& component = Row::Component(slice);
-  if (component.ValidateData()) component.InvalidateDiskState();
+  Row::Component(slice).ValidateData();
+  Row::Component(slice).InvalidateDiskState();
 }
 
 /// A slice in a transfer: one in a stack, whose strategy pages, or one that stands alone and has at most a record.
@@ -87,9 +87,9 @@ class Participant {
   M2DSliceStackSlice const* m_in_stack = nullptr;  ///< null, too, if a transfer around this one holds it
 };
 
-/// All content of both slices of a transfer, in memory while this lives. The accesses to them are told to the
-/// strategies here, kind by kind, the first slice before the second; the hooks of the transfer then tell no more of
-/// them. What throws here has changed the content of neither slice.
+/// What can fail comes first: all content of both slices of a transfer is in memory while this lives. If it cannot be
+/// brought in, neither slice has changed. The strategies learn of the accesses here, kind by kind, the first slice
+/// before the second, and not again from the hooks of the transfer.
 class InMemory {
  public:
   InMemory(M2DSlice const& first, M2DSlice const& second) : m_first(first), m_second(second) {
@@ -312,7 +312,9 @@ void M2DSlice::Swap(M2DSlice& other) {
       using Row = decltype(row);
       auto& stranded = Row::Component(temporary).GetData();
       if (stranded.IsEmpty()) return;
-      auto& place = Row::Component(Row::Component(other).GetNumElements() == 0 ? other : *this);
+      M2DSlice const& owner = Row::Component(other).GetNumElements() == 0 ? other : *this;
+      owner._InvalidateXYArea();
+      auto& place = Row::Component(owner);
       place.ValidateData();
       place._InvalidateCachedData();
       place.GetData().Add(stranded, true);

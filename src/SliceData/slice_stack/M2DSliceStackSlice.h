@@ -60,7 +60,9 @@ class VELSDK_EXPORT M2DSliceStackSlice : public M2DSlice {
   void _TellStrategyOfAccess(std::size_t kind) const;
   /// Loads the slice if the accesses have let it go back to waiting for its source. True if they had.
   bool _Hold() const;
-  void _Release() const { m_held = false; }
+  void _Release() const {
+    if (m_held) m_held = false;
+  }
   bool _IsHeld() const { return m_held; }
   /// True if its content is in memory for good.
   bool _IsSettled() const { return !m_pages && (m_validated || m_initial_source == nullptr); }

@@ -274,7 +274,9 @@ CliIndex BuildCliIndex(CliFile const& file, CliHeader const& header, CliSkippedD
     std::string const difference = "the header tells of " + std::to_string(*header.num_layers) +
                                    " layers, the file holds " + std::to_string(index.parts.size());
     if (!index.has_end_mark && strictness == Strictness::Strict) {
-      file.Fail(difference + " and may have been cut short; copy or export it again, or read it leniently");
+      file.Fail(difference +
+                ": it may have been cut short, or its header is wrong; copy or export it again, or read it leniently "
+                "(--lenient) if it ends with a whole layer");
     }
     if (report != nullptr) report->Note(difference);
   }

@@ -113,10 +113,7 @@ bool MFileLock::LockUntil(Clock::time_point deadline) {
 }
 
 std::string MFileLock::DescribeHolder() const {
-  std::string text =
-      m_process != 0 ? "process " + std::to_string(m_process) + " on '" + m_host + "'" : std::string("another process");
-  if (m_may_be_dead) text += " (if it has ended, remove " + m_path + ")";
-  return text;
+  return m_process != 0 ? "process " + std::to_string(m_process) + " on '" + m_host + "'" : "another process";
 }
 
 /// Whatever takes memory comes before the file is there.
@@ -130,11 +127,16 @@ MFileLock::Attempt MFileLock::_Attempt() {
     int const error = errno;
     listed.reset();  // it may be somebody else's
     if (error == EEXIST) return _Judge();
-    Throw(error, m_path, "the lock file cannot be made");
+    Throw(error, m_path, "this lock file cannot be made, for which its folder has to be writable");
   }
   auto const outcome = FileLocking::TryLock(file.Get());
-  if (outcome == FileLocking::Outcome::Busy || FileLocking::HasName(file.Get(), m_path.c_str()) != true) {
-    return Attempt::Again;  // somebody takes it for that of a dead process
+  if (outcome == FileLocking::Outcome::Busy) return Attempt::Again;  // somebody takes it for that of a dead process
+  auto const has_name = FileLocking::HasName(file.Get(), m_path.c_str());
+  if (has_name == false) return Attempt::Again;
+  if (!has_name) {
+    int const error = errno;
+    ::unlink(m_path.c_str());  // nobody else takes a file that is so young
+    Throw(error, m_path, "the lock file cannot be looked at");
   }
   std::string const& line = outcome == FileLocking::Outcome::Taken ? line_if_locked : line_if_not;
   if (!WriteFully(file.Get(), line.data(), line.size(), 0)) {
@@ -153,7 +155,12 @@ MFileLock::Attempt MFileLock::_Judge() {
   m_process = 0;
   m_may_be_dead = true;
   OpenFile const file(FileLocking::Open(AT_FDCWD, m_path.c_str()));
-  if (file.Get() < 0) return errno == ENOENT ? Attempt::Again : Attempt::Held;
+  if (file.Get() < 0 && errno == ENOENT) return Attempt::Again;
+  struct stat status {};
+  bool const is_regular = file.Get() < 0 ? errno != ELOOP && errno != EISDIR && errno != ENXIO
+                                         : ::fstat(file.Get(), &status) != 0 || S_ISREG(status.st_mode);
+  if (!is_regular) Throw(EINVAL, m_path, "is no lock file; move it away");
+  if (file.Get() < 0) return Attempt::Held;
 
   std::string line;
   if (!ReadStart(file.Get(), kMaxLine, line)) return Attempt::Held;
@@ -174,6 +181,7 @@ MFileLock::Attempt MFileLock::_Judge() {
   if (outcome != FileLocking::Outcome::Taken || !is_seen) return Attempt::Held;
   // Another one may have removed it before us, and made the next.
   auto const has_name = FileLocking::HasName(file.Get(), m_path.c_str());
-  bool const is_gone = has_name == false || (has_name == true && ::unlink(m_path.c_str()) == 0);
+  if (!has_name) Throw(errno, m_path, "the lock file cannot be looked at");
+  bool const is_gone = !*has_name || ::unlink(m_path.c_str()) == 0;
   return is_gone ? Attempt::Again : Attempt::Held;
 }

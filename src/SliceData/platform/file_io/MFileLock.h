@@ -40,9 +40,11 @@ class VELSDK_EXPORT MFileLock {
   /// Waits for the lock, until the deadline at most.
   bool LockUntil(Clock::time_point deadline);
 
-  /// After a try that has failed: who has the lock, and what to do if it has died, as in "process 12 on 'host' (if it
-  /// has ended, remove part.slicedb.lock)".
+  /// After a try that has failed: who has the lock, as in "process 12 on 'host'".
   std::string DescribeHolder() const;
+  /// The lock file, if it is not certain that its holder is alive: to be removed by hand if that has ended. Empty
+  /// otherwise.
+  std::string GetDoubtfulFile() const { return m_may_be_dead ? m_path : std::string(); }
 
  private:
   enum class Attempt { Taken, Held, Again };

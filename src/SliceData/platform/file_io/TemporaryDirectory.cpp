@@ -177,10 +177,10 @@ ProcessDirectory& GetProcessDirectory(std::string const& parent) {
     }
     ::rmdir(path.c_str());
     if (error == EMFILE || error == ENFILE)
-      Throw(error, path, "cannot lock a directory for scratch files; close files");
+      Throw(error, path, "cannot lock a directory for scratch files, too many files are open");
     // Another process took it for a leftover before it was locked: once more.
   }
-  Throw(EBUSY, parent, "cannot lock a directory for scratch files; choose a local file system");
+  Throw(EBUSY, parent, "cannot lock a directory for scratch files, which takes a local file system");
 }
 
 /// Takes no memory.

@@ -299,6 +299,8 @@ class MDocumentWriter::Writing {
     try {
       m_reader->ReadTag(tag, copy);
       if (m_failure != nullptr) std::rethrow_exception(m_failure);
+    } catch (std::length_error const&) {
+      throw;  // of memory, and not of the document
     } catch (std::logic_error const& error) {
       throw MDocumentError(tag.document->GetPath(), error.what());  // it holds what no document may hold
     }
