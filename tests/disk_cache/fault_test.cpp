@@ -6,7 +6,6 @@
 #include <SliceData/geometry/Transformation.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
-#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -70,31 +69,6 @@ class Faults : public ::testing::TestWithParam<Caching> {
   Scratch scratch;
   M2DSliceStack stack;
 };
-
-TEST_P(Faults, AFullDiskLosesNothing) {
-  for (long i = 0; i < kSlices; ++i) AddSlice(i);
-  std::vector<std::string> errors;
-  {
-    FullDisk const full(100000);
-    for (long i = 0; i < kSlices; ++i) {
-      std::string const error = Access(i);
-      if (!error.empty()) errors.push_back(error);
-    }
-    for (unsigned long i = 0; i < kSlices; ++i) {
-      auto const& component = std::as_const(stack).GetSlice(i)->GetBorderComponent();
-      EXPECT_TRUE(!component.IsDataValid() || IsWhole(component.GetData(), static_cast<long>(i)));
-    }
-    M2DSliceStackCachingLock lock;
-    lock.Add(&stack);  // its end tries once more, and swallows the failure
-  }
-  ASSERT_FALSE(errors.empty());
-  EXPECT_THAT(errors.front(), HasSubstr(scratch.GetPath()));
-  EXPECT_THAT(errors.front(), HasSubstr("File too large"));
-  ExpectAllIsThere();
-  stack.GetSlice(0)->GetBorderUpdate()->GetFirst()->AddPoint(1, 2);
-  for (long i = 1; i < kSlices; ++i) Access(i);
-  EXPECT_EQ(stack.GetSlice(0)->GetBorder().GetFirst()->GetNumPoints(), kPoints + 1u);
-}
 
 /// What is done between slices 0 and 11, and whose content they hold then.
 struct Transfer {
@@ -161,6 +135,8 @@ TEST_P(Faults, MappingAStackGoesOnWhereTheDiskWasFull) {
     for (int i = 0; i < 2; ++i) {
       EXPECT_THROW(M2DSliceUtilities::MapContent(stack, shift, num_mapped), std::system_error);
     }
+    M2DSliceStackCachingLock lock;
+    lock.Add(&stack);  // its end tries once more, and swallows the failure
   }
   EXPECT_GT(num_mapped, 0u);
   M2DSliceUtilities::MapContent(stack, shift, num_mapped);
@@ -215,38 +191,6 @@ TEST_P(Faults, ADeletedFileIsNotUsedForMore) {
   EXPECT_LT(lost, kSlices) << "what is in memory is unharmed";
   stack.Clear();
   for (long i = 0; i < kSlices; ++i) AddSlice(i);
-  ExpectAllIsThere();
-}
-
-TEST_P(Faults, WithoutAPlaceForScratchFilesDataStaysInMemory) {
-  std::string const place = scratch.GetPath() + "/place";
-  ASSERT_TRUE(std::filesystem::create_directory(place));
-  M2DSliceUtilities::SetDiskCacheLocation(place);
-  std::filesystem::remove(place);
-  M2DSliceTempFile::SetMaxFileSize(~0ul);  // the shared file has to begin anew, too
-  for (long i = 0; i < kSlices; ++i) AddSlice(i);
-  std::string error;
-  for (long i = 0; i < kSlices; ++i) {
-    if (error.empty()) error = Access(i);
-  }
-  EXPECT_THAT(error, HasSubstr(place));
-  EXPECT_THAT(error, HasSubstr("No such file"));
-  EXPECT_TRUE(IsWhole(std::as_const(stack).GetSlice(0)->GetBorderComponent().GetData(), 0));
-  M2DSliceUtilities::SetDiskCacheLocation(scratch.GetPath());
-  M2DSliceTempFile::SetMaxFileSize(M2DSliceTempFile::kDefaultMaxFileSize);
-  ExpectAllIsThere();
-}
-
-TEST_P(Faults, WithoutDescriptorsDataStaysInMemory) {
-  if (!NoDescriptors::kIsPossible) GTEST_SKIP() << "the sanitizer needs descriptors itself";
-  for (long i = 0; i < kSlices; ++i) AddSlice(i);
-  M2DSliceTempFile::SetMaxFileSize(~0ul);
-  {
-    NoDescriptors const none;
-    for (long i = 0; i < kSlices; ++i) Access(i);
-  }
-  EXPECT_EQ(FirstFileInUse(), "");
-  M2DSliceTempFile::SetMaxFileSize(M2DSliceTempFile::kDefaultMaxFileSize);
   ExpectAllIsThere();
 }
 

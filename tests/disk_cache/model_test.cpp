@@ -1,6 +1,7 @@
 #include <SliceData/disk_cache/M2DSliceStackCachingStrategyMultipleTempFiles.h>
 #include <SliceData/disk_cache/M2DSliceStackCachingStrategySingleTempFile.h>
 #include <SliceData/geometry/Transform.h>
+#include <SliceData/slice_model/M2DSliceLayerElements.h>
 #include <SliceData/slice_stack/M2DSliceBasicContainer.h>
 #include <SliceData/slice_stack/M2DSliceStack.h>
 
@@ -27,8 +28,8 @@
 namespace {
 
 using namespace testing_support;
+using M2DSliceLayerElements::AddElement;
 using M2DSliceUtilities::iTransformation;
-using M2DSliceUtilities::TransformOptions;
 using Mapping = std::shared_ptr<iTransformation const>;
 using Caching = e2DSliceStackCachingType;
 
@@ -110,16 +111,6 @@ void Fill(M2DSlicePointBlock& block, Element const& plain) {
   block.SetVectorTypeInfo(TypeInfo(plain.type));
 }
 
-M2DSliceContour& Add(M2DSliceContourLayer& layer) {
-  return layer.AddContour();
-}
-M2DSliceVectorBlock& Add(M2DSliceVectorLayer& layer) {
-  return layer.AddVectorBlock();
-}
-M2DSlicePointBlock& Add(M2DSlicePointLayer& layer) {
-  return layer.AddPointBlock();
-}
-
 /// Calls `function` with the row of a slice of this number.
 template <class Function>
 void WithRow(std::size_t kind, Function&& function) {
@@ -141,8 +132,23 @@ void MapPoint(iTransformation const& mapping, long& x, long& y) {
   y = static_cast<long>(mapped_y);
 }
 
-long Low32(long value) {
-  return static_cast<std::int32_t>(value);
+/// What a record keeps of coordinates: the low 32 bits.
+Element Narrowed(Element element) {
+  for (auto& item : element.items) {
+    for (long& value : item) value = static_cast<std::int32_t>(value);
+  }
+  return element;
+}
+
+/// The items as records store them.
+std::string Stored(Element const& element, std::size_t kind) {
+  std::string bytes;
+  for (auto const& item : element.items) {
+    for (std::size_t at = 0; at < (kind == kVectors ? 4 : 2); ++at) {
+      bytes.append(reinterpret_cast<char const*>(&item[at]), sizeof(std::int32_t));
+    }
+  }
+  return bytes;
 }
 
 M2DSliceXYArea BoxOf(Element const& element, std::size_t kind) {
@@ -213,10 +219,7 @@ struct Component {
       records.clear();
       chain.clear();
       for (Element const& element : memory) {
-        Record record{WithoutRest(element), {}};
-        for (auto& item : record.stored.items) {
-          for (long& value : item) value = Low32(value);
-        }
+        Record record{Narrowed(WithoutRest(element)), {}};
         record.box = BoxOf(HasContours(kind) ? record.stored : element, kind);
         records.push_back(std::move(record));
       }
@@ -554,7 +557,6 @@ class RandomWork {
         {40, {"read", &RandomWork::Read}},
         {25, {"change", &RandomWork::Change}},
         {10, {"transform a slice", &RandomWork::TransformSlice}},
-        {2, {"transform a stack", &RandomWork::TransformStack}},
         {3, {"assign", &RandomWork::AssignSlice}},
         {3, {"copy from", &RandomWork::CopySlice}},
         {3, {"add", &RandomWork::AddSlice}},
@@ -563,11 +565,7 @@ class RandomWork {
         {2, {"invert", &RandomWork::Invert}},
         {8, {"change a record", &RandomWork::ChangeFacts}},
         {8, {"push", &RandomWork::Push}},
-        {4, {"copy a layer", &RandomWork::CopyLayer}},
         {1, {"swap stacks", &RandomWork::SwapStacks}},
-        {1, {"assign a stack", &RandomWork::AssignStack}},
-        {1, {"add a stack", &RandomWork::AddStack}},
-        {2, {"add a slice to a stack", &RandomWork::AddSliceToStack}},
         {1, {"clear a stack", &RandomWork::ClearStack}},
         {2, {"initial source", &RandomWork::InitFromSource}},
         {3, {"lock or unlock", &RandomWork::LockOrUnlock}},
@@ -724,7 +722,7 @@ class RandomWork {
       unsigned const what = Below(5);
       if (content.empty() || what == 0) {
         content.push_back(AnyElement(kind));
-        Fill(Add(*data), content.back());
+        Fill(AddElement(*data), content.back());
         return;
       }
       std::size_t const index = Below(content.size());
@@ -751,42 +749,8 @@ class RandomWork {
   void TransformSlice() {
     Pair const slice = AnySlice();
     Mapping const mapping = AnyMapping();
-    TransformOptions options;
-    options.splitLongSegments = Chance(30);
-    options.maxDeviation = 4;
-    Transform(*slice.model, mapping, options);
-    M2DSliceUtilities::Transform(*slice.real, *mapping, options);
-  }
-
-  static void Transform(Slice& slice, Mapping const& mapping, TransformOptions const& options) {
-    for (std::size_t kind = 0; kind < kKinds; ++kind) {
-      if (!options.splitLongSegments) {
-        slice.components[kind].Transform(mapping);
-        continue;
-      }
-      for (Element& element : Open(slice, kind)) {
-        if (kind == kPoints) {
-          Component::MapElement(element, kind, *mapping);
-        } else if (kind == kVectors) {
-          M2DSliceVectorBlock block;
-          Fill(block, element);
-          M2DSliceUtilities::Transform(block, *mapping, options);
-          element = Plain(block);
-        } else {
-          M2DSliceContour contour(nullptr);
-          Fill(contour, element);
-          M2DSliceUtilities::Transform(contour, *mapping, options);
-          element = Plain(contour);
-        }
-      }
-    }
-  }
-
-  void TransformStack() {
-    StackPair& stack = AnyStack();
-    Mapping const mapping = AnyMapping();
-    for (auto const& [z, slice] : stack.slices) Transform(*slice, mapping, TransformOptions());
-    M2DSliceUtilities::Transform(*stack.real, *mapping, TransformOptions());
+    for (Component& component : slice.model->components) component.Transform(mapping);
+    M2DSliceUtilities::Transform(*slice.real, *mapping, {});
   }
 
   void AssignSlice() {
@@ -914,15 +878,17 @@ class RandomWork {
           if (HasContours(kind)) item[2] = item[3] = 0;
         }
         std::size_t const expected = model.disk ? model.records.size() : model.data ? model.memory.size() : 0;
-        EXPECT_EQ(PushElement(real, element), expected);
         Element plain;
         plain.items = element.items;
+        if (Chance(50)) {
+          plain = Narrowed(plain);
+          EXPECT_EQ(PushElement(real, {}), expected);
+          real.PushStoredItems(Stored(plain, kind).data(), plain.items.size());
+        } else {
+          EXPECT_EQ(PushElement(real, element), expected);
+        }
         if (model.disk) {
-          Record record{plain, BoxOf(plain, kind)};
-          for (auto& item : record.stored.items) {
-            for (long& value : item) value = Low32(value);
-          }
-          model.records.push_back(std::move(record));
+          model.records.push_back({Narrowed(plain), BoxOf(plain, kind)});
           if (model.data && !model.memory.empty()) {
             auto& items = model.memory.back().items;
             items.insert(items.end(), plain.items.begin(), plain.items.end());
@@ -950,28 +916,6 @@ class RandomWork {
     return index;
   }
 
-  /// Into a component, or out of it, by copy or move.
-  void CopyLayer() {
-    Pair const slice = AnySlice();
-    bool const in = Chance(50);
-    bool const move = Chance(50);
-    Component& model = slice.model->components[kVectors];
-    M2DSliceVectorLayer layer;
-    Element const element = AnyElement(kVectors);
-    Fill(layer.AddVectorBlock(), element);
-    slice.model->Access(kVectors);
-    if (in) {
-      slice.real->CopyVectorsFrom(layer, move);
-      model.memory = {element};
-      EXPECT_EQ(layer.IsEmpty(), move);
-    } else {
-      slice.real->CopyVectorsTo(layer, move);
-      EXPECT_EQ(PlainLayer(layer), model.memory);
-      if (move) model.memory.clear();
-    }
-    if (in || move) slice.model->Change(kVectors);
-  }
-
   void SwapStacks() {
     StackPair& a = AnyStack();
     StackPair& b = AnyStack();
@@ -979,38 +923,6 @@ class RandomWork {
     if (&a == &b) return;
     std::swap(a.strategy, b.strategy);
     std::swap(a.slices, b.slices);
-  }
-
-  void AssignStack() {
-    StackPair& target = AnyStack();
-    StackPair& source = AnyStack();
-    if (&target == &source) return;
-    target.Clear();
-    for (auto const& [z, slice] : source.slices) Assign(*target.At(z), *slice);
-    *target.real = *source.real;
-  }
-
-  void AddStack() {
-    StackPair& target = AnyStack();
-    StackPair& source = AnyStack();
-    if (&target == &source) return;
-    bool const move = Chance(50);
-    for (auto const& [z, slice] : source.slices) AddTo(*target.At(z), *slice, true, move);
-    target.real->AddSliceStack(*source.real, move);
-    for (std::size_t i = 0; i < target.slices.size(); ++i) Trim(target.Get(i));
-  }
-
-  void AddSliceToStack() {
-    StackPair& target = AnyStack();
-    Pair const source = AnySlice();
-    if (Chance(50)) {
-      Assign(*target.At(source.model->z), *source.model);
-      target.real->AddSlice(*source.real);
-    } else {
-      bool const move = Chance(50);
-      CopyFrom(*target.At(source.model->z), *source.model, move);
-      target.real->AddSlice(*source.real, move);
-    }
   }
 
   void ClearStack() {
@@ -1039,7 +951,7 @@ class RandomWork {
         for (unsigned n = Below(3); n > 0; --n) (*content)[kind].push_back(AnyElement(kind));
         WithRow(kind, [&](auto row) {
           for (Element const& element : (*content)[kind]) {
-            Fill(Add(decltype(row)::Component(*source->owned.back()).GetData()), element);
+            Fill(AddElement(decltype(row)::Component(*source->owned.back()).GetData()), element);
           }
         });
       }
@@ -1104,7 +1016,7 @@ class RandomWork {
       area.Extend(model.data ? BoxOf(model.memory[i], model.kind) : model.records[i].box);
     }
     ASSERT_EQ(whole.xyArea, area);
-    ASSERT_EQ(NumElements(real), total);
+    ASSERT_EQ(real.GetNumElements(), total);
 
     if (model.disk) {
       for (std::size_t i = 0; i < model.records.size(); ++i) {
@@ -1114,6 +1026,7 @@ class RandomWork {
         real.GetBoundingBox(i, box);
         ASSERT_EQ(box, record.box);
         if (model.data) continue;
+        ASSERT_TRUE(Visited(real, i) == Stored(model.Read(record.stored), model.kind));
         for (std::size_t item = 0; item < record.stored.items.size(); ++item) {
           ASSERT_EQ(ReadItem(real, i, item), model.Read(record.stored).items[item]);
           if (item == 20) break;
@@ -1122,6 +1035,7 @@ class RandomWork {
     } else if (model.data) {
       for (std::size_t i = 0; i < model.memory.size(); ++i) {
         CheckFacts(real, i, model.memory[i]);
+        ASSERT_TRUE(Visited(real, i) == Stored(model.memory[i], model.kind));
         for (std::size_t item = 0; item < model.memory[i].items.size(); ++item) {
           auto expected = model.memory[i].items[item];
           if (HasContours(model.kind)) expected[2] = expected[3] = 0;
@@ -1135,20 +1049,19 @@ class RandomWork {
   template <class Real>
   static void CheckFacts(Real const& real, std::size_t index, Element const& expected) {
     ASSERT_EQ(TypeOf(real.GetTypeInfo(index)), expected.type);
+    ASSERT_EQ(real.GetNumItems(index), expected.items.size());
     if constexpr (std::is_same_v<Real, M2DSliceComponentContours>) {
-      ASSERT_EQ(real.GetNumPoints(index), expected.items.size());
       ASSERT_EQ(real.GetIsClosed(index), expected.closed);
       ASSERT_EQ(real.GetIsOuter(index), expected.outer);
-    } else if constexpr (std::is_same_v<Real, M2DSliceComponentVectors>) {
-      ASSERT_EQ(real.GetNumVectors(index), expected.items.size());
-    } else {
-      ASSERT_EQ(real.GetNumPoints(index), expected.items.size());
     }
   }
 
-  static std::size_t NumElements(M2DSliceComponentContours const& real) { return real.GetNumContours(); }
-  static std::size_t NumElements(M2DSliceComponentVectors const& real) { return real.GetNumVectorBlocks(); }
-  static std::size_t NumElements(M2DSliceComponentPoints const& real) { return real.GetNumPointBlocks(); }
+  template <class Real>
+  static std::string Visited(Real const& real, std::size_t index) {
+    std::string bytes;
+    real.VisitStoredItems(index, [&](char const* piece, std::size_t size) { bytes.append(piece, size); });
+    return bytes;
+  }
 
   using Item = std::array<long, 4>;
   static Item ReadItem(M2DSliceComponentContours const& real, std::size_t element, std::size_t item) {
