@@ -26,6 +26,8 @@ VELSDK_EXPORT bool ReadDatabaseDocument(std::string const& path, DatabaseCachedS
 
 /// Writes a database as a document, also over the one that it was read from.
 ///
+/// \param path      of the document
+/// \param database  what is to be written
 /// \param existing  what becomes of a document that is there
 ///
 /// The document appears under its name when it is whole; what was there before stays until then. Stored stacks that

@@ -27,6 +27,8 @@ class VELSDK_EXPORT MZipWriter {
 
   /// Adds an entry: deflated, unless it comes out so small that a reader would not believe it, or is 4 GiB and more.
   ///
+  /// \param name        of the entry
+  /// \param content     of the entry, before it is deflated
   /// \param least_size  of the file with this entry: if it would be less, the entry is not deflated
   void Add(std::string const& name, std::string_view content, std::uint64_t least_size = 0);
 
