@@ -4,47 +4,20 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
-#include "support/Slices.h"
+#include "support/Describe.h"
+#include "support/Files.h"
 
-// What the tests of the formats share: files, and slices as text that can be compared and read.
+// Files that the tests of the formats share.
 
-/// A directory that goes with its content.
-class ScratchDirectory {
- public:
-  ScratchDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "slice_formats_XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    m_path = pattern;
-  }
-  ~ScratchDirectory() { std::filesystem::remove_all(m_path); }
-  ScratchDirectory(ScratchDirectory const&) = delete;
-  ScratchDirectory& operator=(ScratchDirectory const&) = delete;
-
-  std::string operator/(std::string const& name) const { return m_path + "/" + name; }
-  std::vector<std::string> List() const {
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(m_path)) names.push_back(entry.path().filename());
-    return names;
-  }
-
- private:
-  std::string m_path;
-};
-
-inline std::string ReadBytes(std::string const& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using testing_support::Describe;
+using testing_support::ReadBytes;
+using testing_support::ScratchDirectory;
 
 /// Bytes as a file that is only in memory.
 class MemoryFile {
@@ -61,33 +34,6 @@ class MemoryFile {
  private:
   int m_descriptor;
 };
-
-/// Everything that a CLI file can hold of a slice, an element a line.
-inline std::string Describe(M2DSlice const& slice) {
-  std::ostringstream text;
-  text << "z " << slice.GetZArea().GetZ() << '\n';
-  for (M2DSliceContour const& contour : slice.GetBorder()) {
-    text << (!contour.GetIsClosed() ? "open" : contour.GetIsOuter() ? "outer" : "hole");
-    text << (!contour.GetIsClosed() && contour.GetIsOuter() ? " flagged outer" : "");
-    text << " [" << testing_support::TextOf(contour.GetVectorTypeInfo()) << ']';
-    for (M2DSliceContourPoint const& point : contour.GetPoints()) text << ' ' << point.x << ',' << point.y;
-    text << '\n';
-  }
-  for (M2DSliceVectorBlock const& block : slice.GetVectors()) {
-    text << "vectors [" << testing_support::TextOf(block.GetVectorTypeInfo()) << ']';
-    for (M2DSliceVector const& v : block) text << ' ' << v.x1 << ',' << v.y1 << '-' << v.x2 << ',' << v.y2;
-    text << '\n';
-  }
-  return text.str();
-}
-
-inline std::string Describe(ISource2DSlices const& source) {
-  std::string text;
-  unsigned long const num_slices = source.StartGettingSlices();
-  for (unsigned long i = 0; i < num_slices; ++i) text += Describe(*source.GetSlice(i));
-  source.StopGettingSlices();
-  return text;
-}
 
 inline std::string DescribeCli(std::string const& bytes, SliceFormats::FormatReport* report = nullptr,
                                SliceFormats::Strictness strictness = SliceFormats::Strictness::Strict) {

@@ -1,7 +1,5 @@
 #include <SliceData/persistence/MSaxM2DSlice.h>
-#include <SliceData/platform/file_io/MPendingFile.h>
 #include <SliceData/platform/file_io/MZipReader.h>
-#include <SliceData/platform/file_io/MZipWriter.h>
 #include <SliceData/platform/sax/MDocument.h>
 #include <SliceData/platform/sax/MDocumentError.h>
 #include <SliceData/platform/sax/MDocumentText.h>
@@ -12,15 +10,12 @@
 #include <SliceFormats/stack_document/StackDocumentSource.h>
 #include <SliceFormats/stack_document/StackDocumentTarget.h>
 
-#include <array>
 #include <cstdio>
 #include <functional>
 #include <gmock/gmock.h>
-#include <map>
-#include <system_error>
 
 #include "SliceFiles.h"
-#include "support/Slices.h"
+#include "support/DocumentParts.h"
 
 namespace {
 
@@ -34,7 +29,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing_support::AddContour;
+using testing_support::DescribeWhole;
 using testing_support::FillAllComponents;
+using testing_support::WriteParts;
 
 constexpr e2DSliceStackCachingType kInMemory = e2DSliceStackCachingType::NoTempFiles;
 
@@ -70,31 +67,6 @@ void FillStack(M2DSliceStack& stack) {
       *stack.AddSlicePosition(MakeArea(1500, e2DSliceZAreaType::Above, e2DSliceZAreaEffectiveType::Bottom, 200)), 1000);
 }
 
-std::string DescribeArea(M2DSliceZArea const& area) {
-  std::ostringstream text;
-  text << area.GetZ() << ": " << area.GetBottom() << '|' << area.GetEffectiveZ() << '|' << area.GetTop() << ' '
-       << static_cast<int>(area.GetTypeInfo().type) << static_cast<int>(area.GetTypeInfo().effectiveType);
-  return text.str();
-}
-
-std::string DescribeWhole(M2DSlice const& slice) {
-  std::ostringstream text;
-  text << DescribeArea(slice.GetZArea()) << '\n' << Describe(slice);
-  for (M2DSlicePointBlock const& block : slice.GetPoints()) {
-    text << "points [" << testing_support::TextOf(block.GetVectorTypeInfo()) << ']';
-    for (M2DSlicePoint const& point : block) text << ' ' << point.x << ',' << point.y;
-    text << '\n';
-  }
-  for (M2DSliceContour const& contour : slice.GetAreas()) text << "area of " << contour.GetNumPoints() << '\n';
-  return text.str();
-}
-
-std::string DescribeWhole(ISource2DSlices const& source) {
-  std::string text;
-  for (unsigned long i = 0; i < source.GetNumSlices(); ++i) text += DescribeWhole(*source.GetSlice(i));
-  return text;
-}
-
 std::string WriteStreamed(std::string const& path, M2DSliceStack const& stack, FormatReport* report = nullptr) {
   StackDocumentTarget target(path, report);
   EXPECT_TRUE(target.StartAddingSlices());
@@ -115,8 +87,6 @@ std::string ErrorOf(std::function<void()> const& action) {
 
 class StackDocument : public testing::Test {
  protected:
-  StackDocument() : m_path(m_directory / "part.slicestack") {}
-
   /// Writes a document tag by tag.
   void WriteByHand(std::function<void(MDocumentWriter& writer)> const& write, char const* kind = "SliceStack") const {
     MDocumentWriter writer(m_path, kind);
@@ -129,39 +99,17 @@ class StackDocument : public testing::Test {
     MSaxM2DSlice(&slice, nullptr).Write(writer);
   }
 
-  /// Packs the document anew with another text in one of its entries.
-  void Replace(std::string const& entry_name, std::string const& from, std::string const& to) const {
-    MZipReader const zip(m_path);
-    MPendingFile file(m_path);
-    MZipWriter writer(file);
-    for (MZipReader::Entry const& entry : zip.GetEntries()) {
-      if (entry.is_deflated) {
-        std::string text = zip.ReadWhole(entry);
-        if (entry.name == entry_name) text.replace(text.find(from), from.size(), to);
-        writer.Add(entry.name, text);
-      } else {
-        std::string bytes(entry.size, '\0');
-        zip.Read(entry, 0, bytes.data(), bytes.size());
-        writer.StartStored(entry.name);
-        writer.Write(bytes.data(), bytes.size());
-        writer.EndStored();
-      }
-    }
-    writer.Finish();
-    file.Commit();
-  }
-
   /// Spoils one byte in the middle of an entry.
   void Damage(std::string const& entry_name) const {
     std::string bytes = ReadBytes(m_path);
     MZipReader::Entry const entry = *MZipReader(m_path).Find(entry_name);
     char& byte = bytes[static_cast<std::size_t>(entry.offset + entry.compressed_size / 2)];
     byte = static_cast<char>(byte ^ 0x10);
-    std::ofstream(m_path, std::ios::binary) << bytes;
+    testing_support::WriteBytes(m_path, bytes);
   }
 
   ScratchDirectory m_directory;
-  std::string m_path;
+  std::string const m_path = m_directory / "part.slicestack";
 };
 
 TEST_F(StackDocument, IsTheSameFromAStackAndFromAStreamAndGivesEverythingBack) {
@@ -177,7 +125,7 @@ TEST_F(StackDocument, IsTheSameFromAStackAndFromAStreamAndGivesEverythingBack) {
   ASSERT_EQ(source.StartGettingSlices(), 4u);
   for (unsigned long i : {2ul, 0ul, 3ul, 1ul}) {
     EXPECT_EQ(DescribeWhole(*source.GetSlice(i)), DescribeWhole(*stack.GetSlice(i)));
-    EXPECT_EQ(DescribeArea(source.GetSliceZArea(i)), DescribeArea(stack.GetSlice(i)->GetZArea()));
+    EXPECT_EQ(Describe(source.GetSliceZArea(i)), Describe(stack.GetSlice(i)->GetZArea()));
   }
   source.StopGettingSlices();
   EXPECT_EQ(source.GetSliceThickness(), 300);
@@ -187,13 +135,10 @@ TEST_F(StackDocument, IsTheSameFromAStackAndFromAStreamAndGivesEverythingBack) {
 
   // In a stack slices without a thickness get a range, and no more than that differs.
   stack.GetSlice(2)->GetZArea().SetCustomRange(stack.GetSlice(1)->GetZArea().GetTop(), 1200);
-  for (auto const type : {kInMemory, e2DSliceStackCachingType::MultipleTempFiles,
-                          e2DSliceStackCachingType::SingleTempFile, e2DSliceStackCachingType::ZRange}) {
-    M2DSliceStack read(type);
-    ReadStackDocument(m_path, read, &report);
-    EXPECT_EQ(DescribeWhole(read), DescribeWhole(stack));
-    EXPECT_TRUE(read.GetProperties() == stack.GetProperties());
-  }
+  M2DSliceStack read(kInMemory);
+  ReadStackDocument(m_path, read, &report);
+  EXPECT_EQ(DescribeWhole(read), DescribeWhole(stack));
+  EXPECT_TRUE(read.GetProperties() == stack.GetProperties());
   EXPECT_THAT(report.GetNotes(), IsEmpty());
 }
 
@@ -230,12 +175,7 @@ TEST_F(StackDocument, MayBreakIntoPartsAtAnyTag) {
     StackDocumentSource const source(m_path);
     ASSERT_EQ(source.GetNumSlices(), stack.GetNumSlices()) << tag;
     for (unsigned long i = 0; i < source.GetNumSlices(); ++i) {
-      ASSERT_EQ(DescribeArea(source.GetSliceZArea(i)), DescribeArea(stack.GetSlice(i)->GetZArea())) << tag << i;
-    }
-    unsigned long num_begun = 0;
-    MDocument(m_path).VisitChildren([&](auto const& child) { num_begun += child.part == 0 && child.tag == "Slice"; });
-    for (unsigned long i = num_begun - 2; i < num_begun + 2; ++i) {
-      EXPECT_EQ(DescribeWhole(*source.GetSlice(i)), DescribeWhole(*stack.GetSlice(i))) << tag << i;
+      ASSERT_EQ(Describe(source.GetSliceZArea(i)), Describe(stack.GetSlice(i)->GetZArea())) << tag << i;
     }
   }
 }
@@ -306,8 +246,7 @@ TEST_F(StackDocument, SlicesThatWaitForASourceAreStreamedWhole) {
   waiting.InitFromSourceSlices(boost::shared_ptr<ISource2DSlices>(new StackDocumentSource(m_path)));
   WriteStreamed(m_directory / "copy", waiting);
   StackDocumentSource const copy(m_directory / "copy");
-  ASSERT_EQ(copy.GetNumSlices(), 4u);
-  for (unsigned long i = 0; i < 4; ++i) EXPECT_EQ(Describe(*copy.GetSlice(i)), Describe(*stack.GetSlice(i)));
+  EXPECT_EQ(Describe(copy), Describe(stack));
 }
 
 TEST_F(StackDocument, ByOtherHandsIsReadAsAStackReadsIt) {
@@ -329,8 +268,7 @@ TEST_F(StackDocument, ByOtherHandsIsReadAsAStackReadsIt) {
   M2DSliceStack stack(kInMemory);
   ReadStackDocument(m_path, stack);
   ASSERT_EQ(source.GetNumSlices(), 2u);
-  EXPECT_EQ(Describe(*source.GetSlice(0)), Describe(*stack.GetSlice(0)));
-  EXPECT_EQ(Describe(*source.GetSlice(1)), Describe(*stack.GetSlice(1)));
+  EXPECT_EQ(Describe(source), Describe(stack));
   EXPECT_THAT(Describe(*source.GetSlice(1)), HasSubstr(" 7,7\n"))
       << "the border of the third, the vectors of the first";
   EXPECT_TRUE(source.GetProperties() == PersistentProperties());
@@ -362,99 +300,22 @@ TEST_F(StackDocument, WhatIsSkippedIsToldOnceARun) {
 
 TEST_F(StackDocument, OfAnotherKindOrWithFalseContentsIsAnErrorThatSaysSo) {
   EXPECT_THAT(ErrorOf([&] { StackDocumentSource{m_path}; }), HasSubstr(m_path + ": cannot be opened"));
-  EXPECT_THROW(StackDocumentSource{"/dev/zero"}, std::system_error);
   WriteByHand([](MDocumentWriter&) {}, "CachedSliceDataFile");
   std::string const other_kind = ErrorOf([&] { StackDocumentSource{m_path}; });
   EXPECT_THAT(other_kind, HasSubstr("a document of the kind 'CachedSliceDataFile', not a stack of slices; "));
   M2DSliceStack stack(kInMemory);
   EXPECT_EQ(ErrorOf([&] { ReadStackDocument(m_path, stack); }), other_kind);
 
-  FillStack(stack);
   // A slice at another height; and one tag less, so that all that follow are off by one.
-  using Texts = std::array<char const*, 3>;
-  for (auto const& [from, to, height] : {Texts{" Height=\"0\"", " Height=\"1\"", "1"},
-                                         Texts{"<NumSlices _offset=\"29\" NumSlices=\"4\"/>", "", "-3000"}}) {
-    WriteStackDocument(m_path, stack);
-    Replace("contents.xml", from, to);
+  for (auto const& [contents, height] :
+       {std::pair{"<A _offset=\"10\"/><Slice _offset=\"14\" Height=\"2\" Thickness=\"0\"/>", "2"},
+        std::pair{"<Slice _offset=\"14\" Height=\"1\" Thickness=\"0\"/>", "1"}}) {
+    WriteParts(m_path, "SliceStack", {{"<Document><A/><Slice><Height>1</Height></Slice></Document>", "", contents}});
     StackDocumentSource const source(m_path);
-    EXPECT_THAT(ErrorOf([&] { DescribeWhole(source); }),
+    EXPECT_THAT(ErrorOf([&] { source.GetSlice(0); }),
                 HasSubstr(std::string("no slice at the height ") + height + ", as the contents tell"));
   }
-  std::string const whole = ReadBytes(m_path);
-  for (std::size_t size = 0; size < whole.size(); size += 97) {
-    std::ofstream(m_path, std::ios::binary) << whole.substr(0, size);
-    EXPECT_THROW(StackDocumentSource{m_path}, MDocumentError) << size;
-  }
 }
-
-/// What the reader in Python has to say of a stack.
-class Summary {
- public:
-  explicit Summary(M2DSliceStack const& stack) {
-    for (unsigned long i = 0; i < stack.GetNumSlices(); ++i) {
-      M2DSlice const& slice = *stack.GetSlice(i);
-      M2DSliceZAreaTypeInfo const& range = slice.GetZArea().GetTypeInfo();
-      m_heights << (i == 0 ? "" : ",") << '[' << slice.GetZArea().GetZ() << ',' << range.thickness << ",\""
-                << std::array{"Below", "Symmetric", "Above"}.at(static_cast<std::size_t>(range.type)) << "\",\""
-                << std::array{"Top", "Middle", "Bottom"}.at(static_cast<std::size_t>(range.effectiveType)) << "\"]";
-      for (auto const& contour : slice.GetBorder()) _Add(0, contour, contour.GetPoints(), contour.GetNumPoints());
-      for (auto const& block : slice.GetVectors()) _Add(1, block, block, block.size());
-      for (auto const& block : slice.GetPoints()) _Add(2, block, block, block.size());
-      for (auto const& contour : slice.GetAreas()) _Add(3, contour, contour.GetPoints(), contour.GetNumPoints());
-    }
-  }
-
-  std::string GetJson(std::string const& properties) const {
-    std::string types;
-    for (auto const& [name, count] : m_types) {
-      types += (types.empty() ? "\"" : ",\"") + name + "\":" + std::to_string(count);
-    }
-    return "{\"elements\":" + _Join(m_elements) + ",\"flags\":" + _Join(m_flags) + ",\"heights\":[" + m_heights.str() +
-           "],\"indices\":" + std::to_string(m_indices) + ",\"items\":" + _Join(m_items) + ",\"properties\":[" +
-           properties + "],\"sums\":" + _Join(m_sums) + ",\"types\":{" + types + "}}\n";
-  }
-
- private:
-  using Numbers = std::vector<long>;
-
-  static std::string _Join(Numbers const& numbers) {
-    std::string text;
-    for (long const number : numbers) text += (text.empty() ? '[' : ',') + std::to_string(number);
-    return text + ']';
-  }
-
-  template <class Point>
-  static Numbers _GetValues(Point const& point) {
-    return {point.x, point.y};
-  }
-  static Numbers _GetValues(M2DSliceVector const& vector) { return {vector.x1, vector.y1, vector.x2, vector.y2}; }
-
-  template <class Element, class Items>
-  void _Add(std::size_t kind, Element const& element, Items const& items, unsigned long num_items) {
-    ++m_elements[kind];
-    m_items[kind] += static_cast<long>(num_items);
-    long place = 0;
-    for (auto const& item : items) {
-      for (long const value : _GetValues(item)) m_sums[kind] += (place++ % 7 + 1) * value;
-    }
-    ++m_types[element.GetVectorTypeInfo().GetTypeName()];
-    for (auto const& [key, value] : element.GetVectorTypeInfo().GetIndices()) {
-      m_indices += value * static_cast<long>(key->name.size());
-    }
-    if constexpr (std::is_same_v<Element, M2DSliceContour>) {
-      m_flags[0] += element.GetIsClosed() ? 1 : 0;
-      m_flags[1] += element.GetIsOuter() ? 1 : 0;
-    }
-  }
-
-  Numbers m_elements = Numbers(4);
-  Numbers m_items = Numbers(4);
-  Numbers m_sums = Numbers(4);
-  Numbers m_flags = Numbers(2);
-  long m_indices = 0;
-  std::ostringstream m_heights;
-  std::map<std::string, long> m_types;
-};
 
 TEST_F(StackDocument, IsReadByPythonsStandardLibraryWithTheSameResult) {
   if (std::system("python3 -c 'import zipfile, xml.etree' > /dev/null 2>&1") != 0) {
@@ -473,9 +334,12 @@ TEST_F(StackDocument, IsReadByPythonsStandardLibraryWithTheSameResult) {
   std::string said;
   for (int c = 0; (c = std::fgetc(pipe)) != EOF;) said += static_cast<char>(c);
   EXPECT_EQ(pclose(pipe), 0);
-  EXPECT_EQ(said, Summary(stack).GetJson("[\"Label\",\"string\",\"1,a <part>\"],"
-                                         "[\"SliceThickness\",\"long\",\"300\"],"
-                                         "[\"Nested/d\",\"double\",\"0.1\"]"));
+  EXPECT_EQ(said, R"({"elements":[20005,2,2,2],"flags":[20006,20006],"heights":[[-3000,300,"Below","Top"],)"
+                  R"([0,301,"Symmetric","Bottom"],[1200,0,"Above","Middle"],[1500,200,"Above","Bottom"],)"
+                  R"([2000,0,"Above","Middle"]],"indices":37,"items":[40011,2,4,6],"properties":)"
+                  R"([["Label","string","1,a <part>"],["SliceThickness","long","300"],["Nested/d","double","0.1"]],)"
+                  R"("sums":[2547872973,4920,5720,14635],"types":{"General":20010,"Slice <Skin>":1}})"
+                  "\n");
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdexcept>
 
 #include "SliceFiles.h"
 #include "support/Slices.h"

@@ -1,15 +1,14 @@
 #pragma once
 
-#include <SliceData/platform/file_io/MPendingFile.h>
-#include <SliceData/platform/file_io/MZipWriter.h>
 #include <SliceData/platform/sax/MDocumentError.h>
-#include <SliceData/platform/sax/MDocumentText.h>
 
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <unistd.h>
 #include <vector>
+
+#include "../support/DocumentParts.h"
 
 /// Documents of arbitrary bytes whose archive is well-formed, since no fuzzer guesses check sums.
 namespace fuzz {
@@ -41,23 +40,9 @@ inline std::vector<std::string> Split(std::string_view input) {
 inline void WriteParts(std::string const& path, std::string const& kind, std::string_view input) {
   std::vector<std::string> pieces = Split(input);
   pieces.resize((pieces.size() + 2) / 3 * 3);
-  MPendingFile file(path);
-  MZipWriter zip(file);
-  std::string contents = "<Contents format=\"1.0\" kind=\"" + kind + "\">";
-  for (unsigned long part = 0; 3 * part < pieces.size(); ++part) {
-    zip.Add(MDocumentText::TreeName(part), pieces[3 * part]);
-    contents += "<Part tree=\"" + MDocumentText::TreeName(part) + '"';
-    if (std::string const& stream = pieces[3 * part + 1]; !stream.empty()) {
-      zip.StartStored(MDocumentText::StreamName(part));
-      zip.Write(stream.data(), stream.size());
-      zip.EndStored();
-      contents += " stream=\"" + MDocumentText::StreamName(part) + '"';
-    }
-    contents += '>' + pieces[3 * part + 2] + "</Part>";
-  }
-  zip.Add(MDocumentText::kContentsName, contents + "</Contents>");
-  zip.Finish();
-  file.Commit(false);
+  std::vector<testing_support::DocumentPart> parts;
+  for (std::size_t i = 0; i < pieces.size(); i += 3) parts.push_back({pieces[i], pieces[i + 1], pieces[i + 2]});
+  testing_support::WriteParts(path, kind, parts);
 }
 
 /// A document that is refused is no finding, any other exception is.

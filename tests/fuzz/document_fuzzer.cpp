@@ -4,7 +4,6 @@
 
 #include <SliceData/persistence/MSaxM2DSliceStack.h>
 #include <SliceData/platform/common/SaxUtilities.h>
-#include <SliceData/slice_stack/M2DSliceStack.h>
 #include <SliceFormats/stack_document/StackDocumentSource.h>
 
 #include <cstdint>
@@ -13,24 +12,9 @@
 #include <numeric>
 #include <string>
 #include <string_view>
-#include <thread>
 
+#include "../support/IsLocked.h"
 #include "DocumentParts.h"
-
-namespace {
-
-/// Asked by another thread: the owner of a lock can take it again.
-bool IsLocked(M2DSliceStack& stack) {
-  auto reference = stack.GetSharedReference();
-  bool is_locked = false;
-  std::thread([&] {
-    is_locked = !reference.TryLockSliceStack();
-    if (!is_locked) reference.UnlockSliceStack();
-  }).join();
-  return is_locked;
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   if (size == 0) return 0;
@@ -49,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     MSaxM2DSliceStack element(&stack);
     VelAM::SaxUtilities::ReadFile(files.path, element);
   });
-  if (IsLocked(stack)) std::abort();
+  if (testing_support::IsLocked(stack)) std::abort();
   // What has been read can be saved.
   if ((data[0] & 2) != 0) {
     fuzz::Try([&] { VelAM::SaxUtilities::WriteFile(files.again, MSaxM2DSliceStack(&stack)); });

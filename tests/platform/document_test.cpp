@@ -19,7 +19,8 @@
 #include <sys/resource.h>
 #include <system_error>
 
-#include "Files.h"
+#include "support/DocumentParts.h"
+#include "support/Files.h"
 #include "support/Scratch.h"
 
 namespace {
@@ -27,6 +28,10 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing_support::DocumentPart;
+using testing_support::ReadBytes;
+using testing_support::WriteBytes;
+using testing_support::WriteParts;
 using VelAM::SaxUtilities::ReadFile;
 using VelAM::SaxUtilities::ReadReport;
 using VelAM::SaxUtilities::WriteFile;
@@ -164,33 +169,6 @@ class TagCopier final : public ISAXPersistHelper {
   std::vector<MDocumentTag> m_tags;
 };
 
-/// A document of hand-made parts.
-struct RawPart {
-  std::string tree;
-  std::string stream;
-  std::string contents;  ///< children of the part
-};
-
-void WriteRaw(std::string const& path, std::vector<RawPart> const& parts, std::string const& version = "1.0") {
-  MPendingFile file(path);
-  MZipWriter zip(file);
-  std::string contents = "<Contents format=\"" + version + "\" kind=\"Test\">";
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    contents += "<Part tree=\"" + MDocumentText::TreeName(i) + '"';
-    if (!parts[i].stream.empty()) {
-      contents += " stream=\"" + MDocumentText::StreamName(i) + '"';
-      zip.StartStored(MDocumentText::StreamName(i));
-      zip.Write(parts[i].stream.data(), parts[i].stream.size());
-      zip.EndStored();
-    }
-    contents += ">" + parts[i].contents + "</Part>";
-    zip.Add(MDocumentText::TreeName(i), parts[i].tree);
-  }
-  zip.Add(MDocumentText::kContentsName, contents + "</Contents>");
-  zip.Finish();
-  file.Commit();
-}
-
 std::string Reference(std::string const& bytes, std::uint64_t offset = 0) {
   std::array<char, MDocumentText::kMaxReferenceText> text;
   return std::string(
@@ -210,8 +188,8 @@ class Document : public testing::Test {
     return root;
   }
   /// Reads what must not be read, and gives the error.
-  std::string ReadError(std::vector<RawPart> const& parts) const {
-    WriteRaw(m_path, parts);
+  std::string ReadError(std::vector<DocumentPart> const& parts) const {
+    WriteParts(m_path, "Test", parts);
     Node root;
     NodeElement element(&root);
     ReadReport report;
@@ -227,7 +205,7 @@ class Document : public testing::Test {
     TagCopier tags;
     EXPECT_TRUE(ReadFile(m_path, tags));
     WriteFile(copy, tags);
-    std::pair<std::string, std::string> bytes(FileInDirectory::Read(m_path), FileInDirectory::Read(copy));
+    std::pair<std::string, std::string> bytes(ReadBytes(m_path), ReadBytes(copy));
     std::filesystem::remove(copy);
     return bytes;
   }
@@ -251,23 +229,24 @@ TEST_F(Document, KeepsNamesTextsAttributesValuesAndOrder) {
 
 TEST_F(Document, ACopyIsNoOlderThanWhatItHolds) {
   std::string const tag = "<V _bytes=\"" + Reference("1234") + "\" new=\"1\"/>";
-  WriteRaw(m_path, {{"<Document><A>" + tag + "</A></Document>", "1234", ""}}, "1.9");
+  WriteParts(m_path, "Test", {{"<Document><A>" + tag + "</A></Document>", "1234", ""}}, "1.9");
   auto const [bytes, copied] = GetBytesAndThoseOfCopy();
-  FileInDirectory copy;
-  copy.Write(copied);
-  auto const document = std::make_shared<MDocument>(copy.GetPath());
+  std::string const copy = m_directory.GetPath() + "/copy.document";
+  WriteBytes(copy, copied);
+  auto const document = std::make_shared<MDocument>(copy);
   EXPECT_EQ(document->GetMinorVersion(), 9u);
   EXPECT_EQ(document->ReadTree(0), MDocument(m_path).ReadTree(0));
 
-  std::filesystem::resize_file(copy.GetPath(), 10);
+  std::filesystem::resize_file(copy, 10);
   EXPECT_THROW(document->ReadTree(0), std::system_error) << "nothing is known of its bytes";
-  EXPECT_FALSE(ReadFile(copy.GetPath() + "x", *std::make_unique<TagCopier>()));
+  EXPECT_FALSE(ReadFile(copy + "x", *std::make_unique<TagCopier>()));
   rlimit files{};
   getrlimit(RLIMIT_NOFILE, &files);
   rlimit const none{0, files.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   EXPECT_THROW(ReadFile(m_path, *std::make_unique<TagCopier>()), std::system_error);
   setrlimit(RLIMIT_NOFILE, &files);
+  std::filesystem::remove(copy);
 }
 
 TEST_F(Document, KeepsEveryShortName) {
@@ -363,8 +342,8 @@ class Logger final : public ISAXPersistHelper {
 };
 
 TEST_F(Document, AsksElementsInTheirOrderAlsoAcrossParts) {
-  WriteRaw(
-      m_path,
+  WriteParts(
+      m_path, "Test",
       {{"<Document><O1><Leaf/><R><Leaf/></R></O1><W><Inner/></W></Document>", "", ""},
        {"<Document><W _continued=\"1\"><R><X/></R></W></Document>", "", ""},
        {"<Document><W _continued=\"1\"><R _continued=\"1\"><X _continued=\"1\"/></R><Leaf/></W></Document>", "", ""}});
@@ -463,7 +442,7 @@ TEST_F(Document, WriterRefusesTagsThatDoNotFitTogether) {
 TEST_F(Document, AFileThatTakesMuchMemoryIsNotSmall) {
   std::string tree = "<Document>";
   for (int i = 0; i < 500000; ++i) tree += "<a/>";
-  WriteRaw(m_path, {{tree + "</Document>", "", ""}});
+  WriteParts(m_path, "Test", {{tree + "</Document>", "", ""}});
   EXPECT_GT(std::filesystem::file_size(m_path), tree.size());
   EXPECT_EQ(Read(m_path).children.size(), 500000u);
 
@@ -481,9 +460,9 @@ TEST_F(Document, AFileThatTakesMuchMemoryIsNotSmall) {
 TEST_F(Document, HostilePartsAreErrors) {
   std::string const bytes(64, 'b');
   auto const value = [&](std::string const& reference) {
-    return std::vector<RawPart>{{"<Document><V _bytes=\"" + reference + "\"/></Document>", bytes, ""}};
+    return std::vector<DocumentPart>{{"<Document><V _bytes=\"" + reference + "\"/></Document>", bytes, ""}};
   };
-  WriteRaw(m_path, value(Reference(bytes)));
+  WriteParts(m_path, "Test", value(Reference(bytes)));
   EXPECT_EQ(Read(m_path).children.front().values.size(), 16u);
 
   for (char const* const reference :
@@ -514,9 +493,9 @@ TEST_F(Document, HostilePartsAreErrors) {
   ReadError({{"<Document><" + std::string(6000, 'a') + "/></Document>", "", ""}});
   ReadError({{"<Document><A b=\"" + std::string(400000, 'a') + "\"/></Document>", "", ""}});
 
-  WriteRaw(m_path, {{"<Document/>", "", ""}}, "2.0");
+  WriteParts(m_path, "Test", {{"<Document/>", "", ""}}, "2.0");
   EXPECT_THROW(MDocument{m_path}, MDocumentError);
-  WriteRaw(m_path, {{"<Document/>", "", ""}}, "1.9");
+  WriteParts(m_path, "Test", {{"<Document/>", "", ""}}, "1.9");
   EXPECT_TRUE(MDocument(m_path).IsNewer());
 }
 

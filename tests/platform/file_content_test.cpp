@@ -13,13 +13,17 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "Files.h"
+#include "support/Files.h"
+#include "support/Scratch.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing_support::FilesBelow;
+using testing_support::ReadBytes;
+using testing_support::ScratchDirectory;
+using testing_support::WriteBytes;
 using VelAM::FileContent;
 using VelAM::SaxUtilities::ReadReport;
 
@@ -35,22 +39,23 @@ class FileInADocument : public testing::Test {
     content.CreateTempFile(true);
     std::ofstream(content.GetPath(), std::ios::binary) << bytes;
   }
-  static void Write(FileInDirectory const& file, FileContent const& content, int embedded = 1) {
+  static void Write(std::string const& file, FileContent const& content, int embedded = 1) {
     VelAM::FileContentWriteContext context;
     context.embedded = embedded;
-    VelAM::SaxUtilities::WriteFile(file.GetPath(), VelAM::FileContentWrite(&content, context));
+    VelAM::SaxUtilities::WriteFile(file, VelAM::FileContentWrite(&content, context));
   }
-  static ReadReport Read(FileInDirectory const& file, FileContent& content) {
+  static ReadReport Read(std::string const& file, FileContent& content) {
     ReadReport report;
     VelAM::FileContentRead element(&content);
-    VelAM::SaxUtilities::ReadFile(file.GetPath(), element, &report);
+    VelAM::SaxUtilities::ReadFile(file, element, &report);
     EXPECT_EQ(report.error, "");
     return report;
   }
 
   testing_support::EmptyDirectory m_scratch;
-  FileInDirectory m_file;
-  FileInDirectory m_other;
+  ScratchDirectory m_directory;
+  std::string const m_file = m_directory / "file";
+  std::string const m_other = m_directory / "other";
 };
 
 TEST_F(FileInADocument, BecomesAScratchFileOnlyWhenItsPathIsAsked) {
@@ -78,30 +83,30 @@ TEST_F(FileInADocument, GoesFromDocumentToDocumentWithoutAScratchFile) {
   }
   EXPECT_THAT(GetScratchFiles(), ElementsAre());
 
-  std::string const document = m_file.Read();
+  std::string const document = ReadBytes(m_file);
   FileContent content;
   content.CreateTempFile(true);
   EXPECT_THAT(Read(m_file, content).warnings, ElementsAre());
   EXPECT_THAT(GetScratchFiles(), ElementsAre()) << "the empty file is not needed";
-  ::unlink(m_file.GetPath().c_str());
+  ::unlink(m_file.c_str());
   Write(m_file, content);
   EXPECT_THAT(GetScratchFiles(), ElementsAre());
-  EXPECT_EQ(m_file.Read(), document);
+  EXPECT_EQ(ReadBytes(m_file), document);
 
-  EXPECT_EQ(FileInDirectory::Read(content.GetPath()), bytes);
+  EXPECT_EQ(ReadBytes(content.GetPath()), bytes);
   EXPECT_THAT(GetScratchFiles(), ElementsAre(content.GetPath()));
   std::ofstream(content.GetPath(), std::ios::binary) << "other";
   Write(m_file, content);
   FileContent changed;
   Read(m_file, changed);
-  EXPECT_EQ(FileInDirectory::Read(changed.GetPath()), "other") << "the file is the content from then on";
+  EXPECT_EQ(ReadBytes(changed.GetPath()), "other") << "the file is the content from then on";
 }
 
 TEST_F(FileInADocument, ThatVanishesOrIsDamagedIsAnErrorAndLeavesNothing) {
   FileContent content;
   Fill(content, "the content");
   Write(m_file, content);
-  std::string document = m_file.Read();
+  std::string document = ReadBytes(m_file);
 
   std::string const path = content.GetPath();
   ::unlink(path.c_str());
@@ -111,10 +116,10 @@ TEST_F(FileInADocument, ThatVanishesOrIsDamagedIsAnErrorAndLeavesNothing) {
   } catch (std::system_error const& error) {
     EXPECT_THAT(error.what(), HasSubstr(path));
   }
-  EXPECT_EQ(m_file.Read(), document) << "the document that was there stays";
+  EXPECT_EQ(ReadBytes(m_file), document) << "the document that was there stays";
 
   document[document.find("the content")] = 'T';
-  m_file.Write(document);
+  WriteBytes(m_file, document);
   FileContent damaged;
   Read(m_file, damaged);
   EXPECT_THROW(damaged.GetPath(), MDocumentError);
@@ -125,7 +130,7 @@ TEST_F(FileInADocument, ThatVanishesOrIsDamagedIsAnErrorAndLeavesNothing) {
 TEST_F(FileInADocument, StaysWhenAProcessThatWasForkedOffEnds) {
   FileContent content;
   Fill(content, "the content");
-  MPendingFile pending(m_other.GetPath());
+  MPendingFile pending(m_other);
   pid_t const child = ::fork();
   if (child == 0) {
     FileContent own;
@@ -138,7 +143,7 @@ TEST_F(FileInADocument, StaysWhenAProcessThatWasForkedOffEnds) {
   }
   ASSERT_EQ(::waitpid(child, nullptr, 0), child);
   EXPECT_THAT(GetScratchFiles(), ElementsAre(content.GetPath())) << "that of the child has gone";
-  EXPECT_EQ(FileInDirectory::Read(content.GetPath()), "the content");
+  EXPECT_EQ(ReadBytes(content.GetPath()), "the content");
   pending.Commit();
 }
 

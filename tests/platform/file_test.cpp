@@ -1,14 +1,11 @@
 #include <SliceData/platform/file_io/MFile.h>
 
 #include <array>
-#include <fcntl.h>
-#include <fstream>
 #include <gmock/gmock.h>
-#include <iterator>
 #include <random>
-#include <sys/stat.h>
 #include <system_error>
 
+#include "support/Files.h"
 #include "support/Scratch.h"
 
 namespace {
@@ -22,10 +19,7 @@ class File : public ::testing::Test {
   File() { EXPECT_TRUE(file.OPEN_WRITE(path.c_str())); }
   ~File() override { ::unlink(path.c_str()); }
 
-  std::string OnDisk() const {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
+  std::string OnDisk() const { return ReadBytes(path); }
   std::string Read(std::size_t count) {
     std::string bytes(count, '?');
     file.READ(bytes.data(), count);

@@ -1,24 +1,23 @@
 #include <SliceData/platform/file_io/MPendingFile.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <random>
 #include <set>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
 
 #include "platform/SystemCalls.h"
+#include "support/Files.h"
 #include "support/OtherProcess.h"
+#include "support/Scratch.h"
 
 namespace {
 
@@ -26,29 +25,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
+using testing_support::ReadBytes;
+using testing_support::ScratchDirectory;
 
 class PendingFile : public testing::Test {
  protected:
-  PendingFile() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "pending_file_XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    m_directory = pattern;
-    m_path = m_directory + "/out";
-  }
-  ~PendingFile() override { std::filesystem::remove_all(m_directory); }
-
-  std::vector<std::string> List() const {
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(m_directory)) names.push_back(entry.path().filename());
-    return names;
-  }
-  std::string Read(std::string const& path) const {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-
-  std::string m_directory;
-  std::string m_path;
+  ScratchDirectory const m_directory;
+  std::string const m_path = m_directory / "out";
 };
 
 TEST_F(PendingFile, LeavesTheOldFileUntilTheNewOneIsWhole) {
@@ -56,17 +39,17 @@ TEST_F(PendingFile, LeavesTheOldFileUntilTheNewOneIsWhole) {
   {
     MPendingFile file(m_path);
     file.Write("abandoned");
-    EXPECT_EQ(Read(m_path), "old");
+    EXPECT_EQ(ReadBytes(m_path), "old");
   }
-  EXPECT_EQ(Read(m_path), "old");
-  EXPECT_THAT(List(), ElementsAre("out"));
+  EXPECT_EQ(ReadBytes(m_path), "old");
+  EXPECT_THAT(m_directory.List(), ElementsAre("out"));
 
   MPendingFile file(m_path);
   file.Write("new");
-  EXPECT_THAT(List(), SizeIs(2));
+  EXPECT_THAT(m_directory.List(), SizeIs(2));
   file.Commit();
-  EXPECT_EQ(Read(m_path), "new");
-  EXPECT_THAT(List(), ElementsAre("out"));
+  EXPECT_EQ(ReadBytes(m_path), "new");
+  EXPECT_THAT(m_directory.List(), ElementsAre("out"));
 }
 
 TEST_F(PendingFile, HoldsWhatWasAppendedAndPatched) {
@@ -91,11 +74,11 @@ TEST_F(PendingFile, HoldsWhatWasAppendedAndPatched) {
     ASSERT_EQ(file.TellSize(), static_cast<long long>(expected.size()));
   }
   file.Commit();
-  EXPECT_EQ(Read(m_path), expected);
+  EXPECT_EQ(ReadBytes(m_path), expected);
 }
 
 TEST_F(PendingFile, HasOrdinaryPermissionsOrThoseOfTheFileItReplacesAndFollowsALink) {
-  std::string const link = m_directory + "/link";
+  std::string const link = m_directory / "link";
   auto const write = [](std::string const& path, char const* text) {
     MPendingFile file(path);
     file.Write(text);
@@ -110,33 +93,29 @@ TEST_F(PendingFile, HasOrdinaryPermissionsOrThoseOfTheFileItReplacesAndFollowsAL
   write(link, "new");
   umask(mask);
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(Read(m_path), "new");
+  EXPECT_EQ(ReadBytes(m_path), "new");
   EXPECT_EQ(get_permissions(), 0606u);
 
   std::filesystem::remove(m_path);
   write(link, "where nothing was");
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(Read(m_path), "where nothing was");
+  EXPECT_EQ(ReadBytes(m_path), "where nothing was");
 }
 
 TEST_F(PendingFile, RefusesWhatIsNoPlaceForAFile) {
-  std::filesystem::create_symlink("loop", m_directory + "/loop");
-  for (std::string const& path : {m_directory, m_directory + "/loop", m_directory + "/none/out", m_directory + "/",
-                                  std::string("/dev/null"), std::string(), m_directory + "/.."}) {
+  std::filesystem::create_symlink("loop", m_directory / "loop");
+  for (std::string const& path : {m_directory / ".", m_directory / "loop", m_directory / "none/out", m_directory / "",
+                                  std::string("/dev/null"), std::string(), m_directory / ".."}) {
     EXPECT_THROW(MPendingFile{path}, std::system_error) << path;
   }
-  EXPECT_THAT(List(), ElementsAre("loop"));
+  EXPECT_THAT(m_directory.List(), ElementsAre("loop"));
 }
 
 TEST_F(PendingFile, CannotBeFinishedOnceTheDiskWasFull) {
   std::ofstream(m_path) << "old";
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
   {
     MPendingFile file(m_path);
-    rlimit const small{1000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
+    auto full = std::make_unique<testing_support::FullDisk>(1000);
     file.Write(std::string(2000, 'x'));
     try {
       file.Commit();
@@ -145,21 +124,20 @@ TEST_F(PendingFile, CannotBeFinishedOnceTheDiskWasFull) {
       EXPECT_EQ(error.code().value(), EFBIG);
       EXPECT_THAT(error.what(), HasSubstr(m_path));
     }
-    setrlimit(RLIMIT_FSIZE, &before);
+    full.reset();
     EXPECT_THROW(file.Write(std::string(MPendingFile::kBufferSize, 'x')), std::system_error);
     EXPECT_THROW(file.Commit(), std::system_error);
   }
-  std::signal(SIGXFSZ, handler);
-  EXPECT_EQ(Read(m_path), "old");
-  EXPECT_THAT(List(), ElementsAre("out"));
+  EXPECT_EQ(ReadBytes(m_path), "old");
+  EXPECT_THAT(m_directory.List(), ElementsAre("out"));
 }
 
 TEST_F(PendingFile, IsRemovedByASignalHandler) {
   MPendingFile committed(m_path);
   committed.Commit();
   auto const die = [&] {
-    MPendingFile first(m_directory + "/first");
-    MPendingFile second(m_directory + "/second");
+    MPendingFile first(m_directory / "first");
+    MPendingFile second(m_directory / "second");
     second.Write("bytes");
     std::signal(SIGTERM, [](int) {
       MPendingFile::RemoveAllPendingFromSignalHandler();
@@ -168,12 +146,12 @@ TEST_F(PendingFile, IsRemovedByASignalHandler) {
     std::raise(SIGTERM);
   };
   EXPECT_EXIT(die(), testing::ExitedWithCode(143), "");
-  EXPECT_THAT(List(), ElementsAre("out"));
+  EXPECT_THAT(m_directory.List(), ElementsAre("out"));
 
   {
-    MPendingFile removed(m_directory + "/removed");
+    MPendingFile removed(m_directory / "removed");
     MPendingFile::RemoveAllPendingFromSignalHandler();
-    EXPECT_THAT(List(), ElementsAre("out"));
+    EXPECT_THAT(m_directory.List(), ElementsAre("out"));
     EXPECT_THROW(removed.Commit(), std::system_error);
   }
 }
@@ -198,8 +176,8 @@ TEST_F(PendingFile, KeepsWhatTookItsNameInWhateverWayTheFileSystemKnows) {
       expect_refusal([&] { second.Commit(); });
       expect_refusal([&] { MPendingFile const third(m_path, MPendingFile::Existing::Keep); });
     }
-    EXPECT_EQ(Read(m_path), "first");
-    EXPECT_THAT(List(), ElementsAre("out"));
+    EXPECT_EQ(ReadBytes(m_path), "first");
+    EXPECT_THAT(m_directory.List(), ElementsAre("out"));
     std::filesystem::remove(m_path);
   }
 }
@@ -213,7 +191,7 @@ TEST_F(PendingFile, RemovesWhatDeadWritersLeftAndNothingElse) {
   };
   for (auto const& [name, error_of_flock, lives, num_left] :
        {Case{"dead", 0, false, 0}, Case{"living", 0, true, 1}, Case{"living without locks", ENOLCK, true, 1}}) {
-    std::string const directory = m_directory + "/" + name;
+    std::string const directory = m_directory / name;
     std::filesystem::create_directory(directory);
     std::ofstream(directory + "/.pending-by-others") << "bytes";
     testing_support::OtherProcess const other(
@@ -232,15 +210,15 @@ TEST_F(PendingFile, IsMadeAnewIfItIsTakenForALeftoverBeforeItIsLocked) {
   int num_calls = 0;
   SystemCalls const others([&](std::string const& name) {
     if (name != "flock" || ++num_calls > 2) return 0;
-    for (auto const& file : List()) std::filesystem::remove(m_directory + "/" + file);
+    for (auto const& file : m_directory.List()) std::filesystem::remove(m_directory / file);
     return num_calls == 1 ? EWOULDBLOCK : 0;  // before they let go of it, and after
   });
   MPendingFile file(m_path);
   file.Write("bytes");
   file.Commit();
   EXPECT_EQ(num_calls, 3);
-  EXPECT_EQ(Read(m_path), "bytes");
-  EXPECT_THAT(List(), ElementsAre("out"));
+  EXPECT_EQ(ReadBytes(m_path), "bytes");
+  EXPECT_THAT(m_directory.List(), ElementsAre("out"));
 }
 
 }  // namespace

@@ -11,12 +11,14 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "Files.h"
+#include "support/Files.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing_support::ReadBytes;
+using testing_support::ScratchDirectory;
 
 TEST(PersistentProperties, ALookUpGivesTheFirstOfThatNameWhateverItsType) {
   PersistentProperties properties;
@@ -96,7 +98,7 @@ class PropertiesInADocument : public testing::Test {
     PersistentProperties properties;
     VelAM::SaxUtilities::ReadReport report;
     PersistentPropertiesSax root(&properties, false);
-    EXPECT_TRUE(VelAM::SaxUtilities::ReadFile(m_file.GetPath(), root, &report)) << report.error;
+    EXPECT_TRUE(VelAM::SaxUtilities::ReadFile(m_file, root, &report)) << report.error;
     if (warnings != nullptr) {
       *warnings = report.warnings;
     } else {
@@ -105,10 +107,11 @@ class PropertiesInADocument : public testing::Test {
     return properties;
   }
   void Write(PersistentProperties properties) const {
-    VelAM::SaxUtilities::WriteFile(m_file.GetPath(), PersistentPropertiesSax(&properties, false));
+    VelAM::SaxUtilities::WriteFile(m_file, PersistentPropertiesSax(&properties, false));
   }
 
-  FileInDirectory m_file;
+  ScratchDirectory m_directory;
+  std::string const m_file = m_directory / "file";
 };
 
 TEST_F(PropertiesInADocument, EveryTypeComesBackAsItWas) {
@@ -144,10 +147,10 @@ TEST_F(PropertiesInADocument, EveryTypeComesBackAsItWas) {
   PersistentProperties others;
   others.SetProperty<long>("other", 1);
   PersistentPropertiesSax adding(&others, true);
-  VelAM::SaxUtilities::ReadFile(m_file.GetPath(), adding);
+  VelAM::SaxUtilities::ReadFile(m_file, adding);
   EXPECT_EQ(others.GetAll().size(), 1 + read.GetAll().size());
   PersistentPropertiesSax replacing(&others, false);
-  VelAM::SaxUtilities::ReadFile(m_file.GetPath(), replacing);
+  VelAM::SaxUtilities::ReadFile(m_file, replacing);
   EXPECT_TRUE(others == read);
 }
 
@@ -171,17 +174,17 @@ TEST_F(PropertiesInADocument, ATypeThatIsNotKnownIsWrittenBackUnchanged) {
   PropertyTags const tags({{{"Name", "a"}, {"Type", "long"}, {"Value", "1"}},
                            {{"Name", "b"}, {"Type", "colour"}, {"Value", "  red\n\x01"}},
                            {{"Name", "c"}, {"Type", "long"}, {"Value", "2"}}});
-  VelAM::SaxUtilities::WriteFile(m_file.GetPath(), tags);
-  std::string const bytes = m_file.Read();
+  VelAM::SaxUtilities::WriteFile(m_file, tags);
+  std::string const bytes = ReadBytes(m_file);
   PersistentProperties const properties = Read();
   EXPECT_TRUE(properties == PersistentProperties(properties));
   EXPECT_EQ(properties.GetValue<std::string>("b"), nullptr);
   Write(properties);
-  EXPECT_EQ(m_file.Read(), bytes);
+  EXPECT_EQ(ReadBytes(m_file), bytes);
 }
 
 TEST_F(PropertiesInADocument, WhatMakesNoPropertyIsToldAndTheRestIsRead) {
-  VelAM::SaxUtilities::WriteFile(m_file.GetPath(),
+  VelAM::SaxUtilities::WriteFile(m_file,
                                  PropertyTags({{{"Type", "long"}, {"Value", "1"}},
                                                {{"Name", "no type"}, {"Value", "text"}},
                                                {{"Name", "no value"}, {"Type", "string"}},

@@ -1,11 +1,9 @@
 #include <SliceData/platform/file_io/TemporaryDirectory.h>
 
 #include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <system_error>
 
 #include "support/FailingAllocation.h"

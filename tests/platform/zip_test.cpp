@@ -10,7 +10,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <map>
 #include <random>
 #include <string>
@@ -18,11 +17,16 @@
 #include <vector>
 #include <zip.h>
 
+#include "support/Files.h"
+
 namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
+using testing_support::ReadBytes;
+using testing_support::ScratchDirectory;
+using testing_support::WriteBytes;
 
 /// What is to be in an archive, in this order.
 struct Part {
@@ -33,14 +37,6 @@ struct Part {
 
 class Zip : public testing::Test {
  protected:
-  Zip() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zip_XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    m_directory = pattern;
-    m_path = m_directory + "/archive.zip";
-  }
-  ~Zip() override { std::filesystem::remove_all(m_directory); }
-
   void WriteArchive(std::vector<Part> const& parts) const {
     MPendingFile file(m_path);
     MZipWriter writer(file);
@@ -59,12 +55,6 @@ class Zip : public testing::Test {
     file.Commit();
   }
 
-  static std::string ReadBytes(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-  void WriteBytes(std::string const& bytes) const { std::ofstream(m_path, std::ios::binary) << bytes; }
-
   /// Opens the archive and reads all of it but for the content of stored entries. What is wrong with it, or nothing.
   std::string FindFault() const {
     try {
@@ -81,14 +71,9 @@ class Zip : public testing::Test {
 
   /// Runs a shell command in the directory of the archive and shows what it says if it fails.
   void ExpectSuccess(std::string const& command) const {
-    int const status = std::system(("cd '" + m_directory + "' && (" + command + ") >log 2>&1").c_str());
-    EXPECT_EQ(status, 0) << command << "\n" << ReadBytes(m_directory + "/log");
+    int const status = std::system(("cd '" + m_directory / "." + "' && (" + command + ") >log 2>&1").c_str());
+    EXPECT_EQ(status, 0) << command << "\n" << ReadBytes(m_directory / "log");
   }
-  /// Runs Python code about the archive `z`.
-  void ExpectInPython(std::string const& code) const {
-    ExpectSuccess("python3 -c \"import zipfile; z = zipfile.ZipFile('archive.zip'); " + code + "\"");
-  }
-
   /// Lets libzip check the archive.
   void ExpectInLibzip(std::size_t num_entries) const {
     int error = 0;
@@ -98,8 +83,8 @@ class Zip : public testing::Test {
     zip_discard(archive);
   }
 
-  std::string m_directory;
-  std::string m_path;
+  ScratchDirectory const m_directory;
+  std::string const m_path = m_directory / "archive.zip";
 };
 
 TEST_F(Zip, IsUnderstoodByOthersAndTheSameEachTime) {
@@ -116,15 +101,13 @@ TEST_F(Zip, IsUnderstoodByOthersAndTheSameEachTime) {
   WriteArchive(parts);
   EXPECT_LT(std::filesystem::file_size(m_path), 1100000 + text.size() / 3);
 
-  ExpectSuccess("unzip -t archive.zip");
   ExpectSuccess("umask 022; unzip archive.zip -d by_unzip; [ $(stat -c %a by_unzip/tree/000001.xml) = 644 ]");
-  ExpectInPython("assert z.testzip() is None; z.extractall('by_python')");
   ExpectInLibzip(parts.size());
 
   MZipReader const reader(m_path);
   EXPECT_EQ(reader.GetEntries().size(), parts.size());
   for (Part const& part : parts) {
-    EXPECT_EQ(ReadBytes(m_directory + "/by_python/" + part.name), part.content) << part.name;
+    EXPECT_EQ(ReadBytes(m_directory / ("by_unzip/" + part.name)), part.content) << part.name;
     auto const* const entry = reader.Find(part.name);
     ASSERT_NE(entry, nullptr) << part.name;
     if (part.is_deflated) {
@@ -141,20 +124,6 @@ TEST_F(Zip, IsUnderstoodByOthersAndTheSameEachTime) {
   std::string const first = ReadBytes(m_path);
   WriteArchive(parts);
   EXPECT_EQ(ReadBytes(m_path), first);
-}
-
-TEST_F(Zip, HoldsMoreEntriesThanOldArchives) {
-  for (std::size_t const count : {65534, 65535, 70000}) {
-    std::vector<Part> parts;
-    for (std::size_t i = 0; i < count; ++i) parts.push_back({std::to_string(i), std::to_string(i), i % 2 == 0});
-    WriteArchive(parts);
-    EXPECT_EQ(ReadBytes(m_path).find("PK\6\6") != std::string::npos, count >= 65535) << count;
-    ExpectInLibzip(count);
-    ExpectInPython("assert len(z.namelist()) == " + std::to_string(count) + " and z.read('65532') == b'65532'");
-    MZipReader const reader(m_path);
-    EXPECT_EQ(reader.GetEntries().size(), count);
-    EXPECT_EQ(reader.ReadWhole(*reader.Find("65532")), "65532");
-  }
 }
 
 /// An archive that is put together piece by piece, with holes for bytes that nobody reads.
@@ -209,8 +178,6 @@ TEST_F(Zip, ReachesBeyond4GiB) {
     frame.Write(m_path);
 
     ExpectInLibzip(3);
-    ExpectInPython("assert z.getinfo('large').file_size == " + std::to_string(size) +
-                   " and z.open('large').read(5) == b'begin' and z.read('small') == b'hello'");
     // The largest 32-bit number is a size, too, which unzip believes of nobody.
     if (size != k4GiB - 1) ExpectSuccess("unzip -t archive.zip small");
     MZipReader const reader(m_path);
@@ -224,11 +191,13 @@ TEST_F(Zip, ReachesBeyond4GiB) {
 
 TEST_F(Zip, RefusesAFileThatWasChangedOrCut) {
   std::vector<Part> parts{{"streams/000001.bin", "stored", false}, {"tree/000001.xml", "<Tree a=\"1\"/>", true}};
-  for (std::size_t const more : {std::size_t{0}, std::size_t{65534}}) {  // without and with ZIP64 end records
+  for (std::size_t const more : {std::size_t{0}, std::size_t{65533}}) {  // without and with ZIP64 end records
     for (std::size_t i = 0; i < more; ++i) parts.push_back({"more/" + std::to_string(i), "", false});
     WriteArchive(parts);
     ASSERT_EQ(FindFault(), "");
+    ExpectInLibzip(parts.size());
     std::string const bytes = ReadBytes(m_path);
+    EXPECT_EQ(bytes.find("PK\6\6") != std::string::npos, more != 0);
     std::size_t const content = bytes.find("stored");
     std::size_t const first = more == 0 ? 0 : bytes.size() - 98;
 
@@ -259,7 +228,7 @@ TEST_F(Zip, TellsWhatIsWrongWithAFile) {
   WriteArchive({{"tree/000001.xml", std::string(1000, 'x'), true}});
   std::string const bytes = ReadBytes(m_path);
   auto const expect = [&](std::string const& content, std::string const& text) {
-    WriteBytes(content);
+    WriteBytes(m_path, content);
     EXPECT_THAT(FindFault(), HasSubstr(text));
   };
   expect("", m_path + ": is empty; copy it again");
@@ -278,15 +247,15 @@ TEST_F(Zip, TellsWhatIsWrongWithAFile) {
   expect(damaged, "byte 45: tree/000001.xml is damaged; copy it again");
 
   // What other programs make of the same content is a good archive and yet none of ours.
-  WriteBytes(bytes);
+  WriteBytes(m_path, bytes);
   ExpectSuccess("unzip archive.zip && rm archive.zip && python3 -m zipfile -c archive.zip tree/000001.xml");
   EXPECT_THAT(FindFault(), HasSubstr("packed by another program; save it anew with the program that made it"));
 
   EXPECT_THAT(
-      [&] { MZipReader{m_directory + "/none"}; },
+      [&] { MZipReader{m_directory / "none"}; },
       testing::ThrowsMessage<std::system_error>(
-          m_directory + "/none: cannot be opened: No such file or directory; check the name and the permissions"));
-  EXPECT_THROW(MZipReader{m_directory}, std::system_error);
+          m_directory / "none: cannot be opened: No such file or directory; check the name and the permissions"));
+  EXPECT_THROW(MZipReader{m_directory / "."}, std::system_error);
   EXPECT_THROW(MZipReader{"/dev/zero"}, std::system_error);
 }
 

@@ -2,7 +2,6 @@
 #include <SliceData/slice_data_cache/DatabaseCachedSliceStacks.h>
 #include <SliceData/slice_data_cache/FindCachedStacks.h>
 
-#include <cmath>
 #include <functional>
 #include <memory>
 #include <stdexcept>

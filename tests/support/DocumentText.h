@@ -8,12 +8,11 @@
 #include <SliceData/platform/sax/MSAXWriter.h>
 
 #include <cstdint>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <sstream>
 #include <string>
-#include <unistd.h>
+
+#include "support/Files.h"
 
 /// Real documents as text: "<Dim>2</Dim><Data>1 2 3 4</Data>". What a tag "Data" holds are the integers of a binary
 /// value.
@@ -22,11 +21,6 @@ namespace testing_support {
 /// A document on disk, removed at the end.
 class DocumentFile {
  public:
-  DocumentFile() : m_path(GetDirectory() + "slicedata-" + std::to_string(::getpid()) + "-" + MakeNumber()) {}
-  ~DocumentFile() { ::unlink(m_path.c_str()); }
-  DocumentFile(DocumentFile const&) = delete;
-  DocumentFile& operator=(DocumentFile const&) = delete;
-
   void Write(ISAXPersistBase const& root) const { VelAM::SaxUtilities::WriteFile(m_path, root); }
 
   /// What is wrong with the document; and what was left out of it, once a kind, if nothing is.
@@ -40,10 +34,7 @@ class DocumentFile {
     return told;
   }
 
-  std::string GetBytes() const {
-    std::ifstream file(m_path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string GetBytes() const { return ReadBytes(m_path); }
 
   std::string GetText() const {
     class : public ISAXPersistHelper {
@@ -72,20 +63,27 @@ class DocumentFile {
     return dump.text;
   }
 
-  /// Attributes are not understood here.
+  /// Attributes have no blanks in them.
   void SetText(std::string const& text) const {
     class : public ISAXPersistHelper {
      public:
       bool Write(MSAXWriter& writer) const override {
         for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
           std::size_t const end = text.find('>', at);
-          std::string const tag = text.substr(at + 1, end - at - 1);
+          std::istringstream words(text.substr(at + 1, end - at - 1));
+          std::string tag;
+          words >> tag;
           at = std::min(text.find('<', end), text.size());
           std::string const value = text.substr(end + 1, at - end - 1);
           if (tag[0] == '/') {
             writer.EndTag(tag.c_str() + 1);
           } else if (tag != "Data" || text.compare(at, 7, "</Data>") != 0) {
             writer.StartTag(tag.c_str());
+            for (std::string word; words >> word;) {
+              std::size_t const equals = word.find('=');
+              writer.WriteTextAttribute(word.substr(0, equals).c_str(),
+                                        word.substr(equals + 2, word.size() - equals - 3));
+            }
             writer.WriteTextValue(value);
           } else {
             BinaryOutHolder* holder = writer.CreateBinaryStream();
@@ -105,14 +103,8 @@ class DocumentFile {
   }
 
  private:
-  /// Documents are brought to the disk when they are saved, which would take most of the time of a test.
-  static std::string GetDirectory() { return ::access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : ::testing::TempDir(); }
-  static std::string MakeNumber() {
-    static int number = 0;
-    return std::to_string(++number);
-  }
-
-  std::string m_path;
+  ScratchDirectory m_directory;
+  std::string const m_path = m_directory / "document";
 };
 
 }  // namespace testing_support

@@ -156,13 +156,6 @@ TEST_F(DatabaseOfSlices, IsReplacedWhereItIsWithItsPermissions) {
 
 TEST_F(DatabaseOfSlices, StaysWholeWhenItCannotBeWritten) {
   Put("a", "1");
-  std::string const before = Read("cache.slicedb");
-  Setting full;
-  full.file_size_limit = before.size();
-  EXPECT_THAT(RunIntoTrouble({"db", "put", "cache.slicedb", "part.cli", "--id", "b", "--revision", "1"}, full),
-              HasSubstr("cache.slicedb"));
-  EXPECT_TRUE(Read("cache.slicedb") == before);
-  EXPECT_THAT(GetFiles(), ElementsAre("cache.slicedb", "part.cli"));
   EXPECT_THAT(RunIntoTrouble({"db", "put", "nowhere/x.slicedb", "part.cli", "--id", "b", "--revision", "1"}),
               HasSubstr("folder"));
   EXPECT_THAT(RunIntoTrouble({"info", "cache.slicedb"}), HasSubstr("slicedata db"));
