@@ -492,13 +492,13 @@ void Soak(int minutes, unsigned seed) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> const arguments(argv + 1, argv + argc);
-  if (arguments.size() < 3 || FaultArm == nullptr) {
+  if (argc < 4 || FaultArm == nullptr) {
     std::cerr << "fault_host: takes TYPE SEED OPERATIONS [files] or soak MINUTES SEED, and libfault_inject.so before "
                  "it; use ./run faults or ./run soak\n";
     return 2;
   }
   FaultPause();
+  std::vector<std::string> const arguments(argv + 1, argv + argc);
   try {
     int const number = std::stoi(arguments[1]);
     int const last = std::stoi(arguments[2]);
