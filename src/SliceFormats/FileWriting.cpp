@@ -22,7 +22,7 @@ void FileWriting::Seal() {
 
 void FileWriting::Finish() {
   if (!m_is_sealed) Seal();
-  m_is_sealed = false;
+  m_is_sealed = false;  // a second attempt is refused, as after any failure
   _Commit();
 }
 

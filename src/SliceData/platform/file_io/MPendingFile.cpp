@@ -125,6 +125,7 @@ MPendingFile::~MPendingFile() {
 }
 
 void MPendingFile::Write(void const* data, std::size_t size) {
+  assert(m_sealed == Sealed::No);
   auto const* bytes = static_cast<char const*>(data);
   if (kBufferSize - m_buffered < size) {
     _Flush();
@@ -139,17 +140,18 @@ void MPendingFile::Write(void const* data, std::size_t size) {
 }
 
 void MPendingFile::WriteAt(long long offset, void const* data, std::size_t size) {
-  assert(offset >= 0 && offset + static_cast<long long>(size) <= TellSize());
+  assert(m_sealed == Sealed::No && offset >= 0 && offset + static_cast<long long>(size) <= TellSize());
   _Flush();
   if (!WriteFully(m_descriptor, static_cast<char const*>(data), size, offset)) _Fail(errno, "cannot be written");
 }
 
 void MPendingFile::Seal(bool durable) {
-  if (m_is_sealed) return;
+  Sealed const wanted = durable ? Sealed::OnDisk : Sealed::Written;
+  if (m_sealed >= wanted) return;
   _Flush();
   bool const is_on_disk = durable ? ::fsync(m_descriptor) == 0 : FlushByClosing(m_descriptor);
   if (!is_on_disk) _Fail(errno, "cannot be brought to the disk");
-  m_is_sealed = true;
+  m_sealed = wanted;
 }
 
 void MPendingFile::Commit(bool durable) {

@@ -97,6 +97,6 @@ class VELSDK_EXPORT MPendingFile {
   std::size_t m_buffered = 0;
   long long m_flushed = 0;
   int m_descriptor = -1;
-  bool m_is_sealed = false;
+  enum class Sealed { No, Written, OnDisk } m_sealed = Sealed::No;
   bool m_failed = false;
 };
